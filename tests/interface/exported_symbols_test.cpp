@@ -1,0 +1,137 @@
+// The dynamic symbol table of libKOVRA-0.11.38.so holds exactly the public entries: every routine under
+// its Fortran triple (SAXPY, saxpy, saxpy_) and its CBLAS name (cblas_saxpy), and nothing else. The table
+// is read from the ELF file itself, so the test runs the same on the host and under an emulator.
+#include <gtest/gtest.h>
+
+#include <elf.h>
+
+#include <algorithm>
+#include <cctype>
+#include <cstring>
+#include <fstream>
+#include <iterator>
+#include <map>
+#include <set>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace {
+
+// Routines exported in both forms, by their lower-case Fortran name.
+std::vector<std::string> routine_names() {
+  std::vector<std::string> names;
+  for (const char* family : {"axpy", "scal", "copy", "swap", "axpby"})
+    for (const char* type : {"s", "d", "c", "z"}) names.push_back(std::string(type) + family);
+  for (const char* name : {"csscal", "zdscal", "scabs1", "dcabs1"}) names.push_back(name);
+  return names;
+}
+
+std::string upper(std::string s) {
+  std::transform(s.begin(), s.end(), s.begin(), [](unsigned char c) { return std::toupper(c); });
+  return s;
+}
+
+std::set<std::string> expected_exports() {
+  std::set<std::string> names;
+  for (const std::string& lower : routine_names()) names.insert({upper(lower), lower, lower + "_", "cblas_" + lower});
+  return names;
+}
+
+// Symbols that the linker defines in every shared object (ARM's linker script adds the __bss_*__ forms).
+bool linker_made(const std::string& name) {
+  static const std::set<std::string> names = {"_init", "_fini", "_edata", "_end", "__end__", "__bss_start",
+                                              "__bss_start__", "__bss_end__", "_bss_end__"};
+  return names.count(name) != 0;
+}
+
+// name -> address of every symbol that the object defines and exports.
+using symbol_table = std::map<std::string, std::uint64_t>;
+
+template <class Ehdr, class Shdr, class Sym>
+symbol_table read_dynamic_symbols(const std::vector<char>& image) {
+  auto at = [&](std::uint64_t offset, std::uint64_t size) {
+    if (offset > image.size() || size > image.size() - offset) throw std::runtime_error("truncated ELF file");
+    return image.data() + offset;
+  };
+  Ehdr header;
+  std::memcpy(&header, at(0, sizeof header), sizeof header);
+  if (header.e_shentsize != sizeof(Shdr)) throw std::runtime_error("unexpected section header size");
+  std::vector<Shdr> sections(header.e_shnum);
+  if (!sections.empty())
+    std::memcpy(sections.data(), at(header.e_shoff, sections.size() * sizeof(Shdr)), sections.size() * sizeof(Shdr));
+
+  symbol_table table;
+  for (const Shdr& section : sections) {
+    if (section.sh_type != SHT_DYNSYM) continue;
+    if (section.sh_link >= sections.size()) throw std::runtime_error("bad string table index");
+    const Shdr& strings = sections[section.sh_link];
+    const char* string_base = at(strings.sh_offset, strings.sh_size);
+    const char* symbol_base = at(section.sh_offset, section.sh_size);
+    for (std::uint64_t i = 1; i < section.sh_size / sizeof(Sym); ++i) {
+      Sym symbol;
+      std::memcpy(&symbol, symbol_base + i * sizeof(Sym), sizeof symbol);
+      if (symbol.st_shndx == SHN_UNDEF) continue;
+      if (symbol.st_name >= strings.sh_size) throw std::runtime_error("bad symbol name offset");
+      const char* name = string_base + symbol.st_name;
+      if (std::memchr(name, '\0', strings.sh_size - symbol.st_name) == nullptr)
+        throw std::runtime_error("unterminated symbol name");
+      table.emplace(name, symbol.st_value);
+    }
+  }
+  return table;
+}
+
+symbol_table exported_symbols(const char* path) {
+  std::ifstream file(path, std::ios::binary);
+  if (!file) throw std::runtime_error(std::string("cannot open ") + path);
+  const std::vector<char> image((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
+  if (image.size() < EI_NIDENT || std::memcmp(image.data(), ELFMAG, SELFMAG) != 0)
+    throw std::runtime_error(std::string(path) + " is not an ELF file");
+  const int native_data = __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__ ? ELFDATA2LSB : ELFDATA2MSB;
+  if (image[EI_DATA] != native_data) throw std::runtime_error("foreign byte order");
+  switch (image[EI_CLASS]) {
+    case ELFCLASS32: return read_dynamic_symbols<Elf32_Ehdr, Elf32_Shdr, Elf32_Sym>(image);
+    case ELFCLASS64: return read_dynamic_symbols<Elf64_Ehdr, Elf64_Shdr, Elf64_Sym>(image);
+    default: throw std::runtime_error("unknown ELF class");
+  }
+}
+
+// Read once; a broken file throws out of the first test that asks, which GoogleTest reports as a failure.
+const symbol_table& library_symbols() {
+  static const symbol_table table = exported_symbols(KOVRA_SHARED_LIBRARY);
+  return table;
+}
+
+TEST(exported_symbols, EveryPublicEntryIsExported) {
+  const symbol_table& table = library_symbols();
+  std::vector<std::string> missing;
+  for (const std::string& name : expected_exports())
+    if (table.count(name) == 0) missing.push_back(name);
+  EXPECT_TRUE(missing.empty()) << "missing: " << testing::PrintToString(missing);
+}
+
+TEST(exported_symbols, NothingElseIsExported) {
+  const std::set<std::string> expected = expected_exports();
+  std::vector<std::string> extra;
+  for (const auto& [name, address] : library_symbols())
+    if (expected.count(name) == 0 && !linker_made(name)) extra.push_back(name);
+  EXPECT_TRUE(extra.empty()) << "not public entries: " << testing::PrintToString(extra);
+}
+
+// The three Fortran names of a routine are one function, not three copies or wrappers.
+TEST(exported_symbols, FortranNamesOfARoutineAreOneFunction) {
+  const symbol_table& table = library_symbols();
+  for (const std::string& lower : routine_names()) {
+    const auto first = table.find(lower + "_");
+    if (first == table.end()) continue;  // reported by EveryPublicEntryIsExported
+    for (const std::string& alias : {lower, upper(lower)}) {
+      const auto other = table.find(alias);
+      if (other != table.end()) {
+        EXPECT_EQ(other->second, first->second) << alias << " and " << lower << "_";
+      }
+    }
+  }
+}
+
+}  // namespace
