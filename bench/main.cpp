@@ -95,7 +95,10 @@ int run(const options& opts, const std::vector<bench_case>& all) {
         }
       }
     }
-    if (chosen.launch) print_launch_latency(std::cout, measure_launch_latency(opts.launches));
+    if (chosen.launch) {
+      let_threads_settle(peer.get());
+      print_launch_latency(std::cout, measure_launch_latency(opts.launches));
+    }
     std::cout << "\n";
   }
   return status;

@@ -15,10 +15,6 @@ namespace {
 // about a tenth of a second) and would compete with the other library's timing; this pause outlasts that.
 constexpr std::chrono::milliseconds settle_pause{250};
 
-void settle(const peer_library* peer) {
-  if (peer != nullptr) std::this_thread::sleep_for(settle_pause);
-}
-
 // Runs `routine` on fresh operands and compares every written operand with the expected checksums.
 verdict check(workload& w, const std::function<void()>& routine,
               const std::vector<operand_checksum>& expected, const std::string& who,
@@ -43,6 +39,10 @@ double rate(const bench_case& c, int n, double seconds) { return c.work(n) / sec
 
 }  // namespace
 
+void let_threads_settle(const peer_library* peer) {
+  if (peer != nullptr) std::this_thread::sleep_for(settle_pause);
+}
+
 case_result measure_case(const bench_case& c, int n, const peer_library* peer, int samples) {
   workload w = c.make(n, peer);
   const std::string what = c.name + " n=" + std::to_string(n);
@@ -54,11 +54,11 @@ case_result measure_case(const bench_case& c, int n, const peer_library* peer, i
   result.ours_check = check(w, w.ours, expected, "KOVRA's", what);
   result.peer_check = check(w, w.peer, expected, "the peer's", what);
 
-  settle(peer);
+  let_threads_settle(peer);
   w.reset();
   result.ours_rate = rate(c, n, time_calls(w.ours, samples));
   if (w.peer) {
-    settle(peer);
+    let_threads_settle(peer);
     w.reset();
     result.peer_rate = rate(c, n, time_calls(w.peer, samples));
   }

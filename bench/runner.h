@@ -26,4 +26,8 @@ struct case_result {
 // error as they are found.
 case_result measure_case(const bench_case& c, int n, const peer_library* peer, int samples);
 
+// With a peer loaded, pauses until the idle threads of both libraries have stopped spinning after their
+// last call, so that they take no processor time from the measurement that follows.
+void let_threads_settle(const peer_library* peer);
+
 }  // namespace kovra::bench
