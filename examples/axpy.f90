@@ -21,6 +21,7 @@ program axpy_example
     if (y(i) /= real(2 * i + n)) wrong_s = wrong_s + 1
   end do
   print '(a, i0, a, i0, a)', 'saxpy: ', wrong_s, ' of ', n, ' elements wrong'
+  deallocate(x, y)
 
   ! Every second element of dy, from the end of dx backwards (negative increment):
   ! dy(2k-1) += -1 * dx(n/2 + 1 - k); the even elements of dy stay as they were.
@@ -41,6 +42,7 @@ program axpy_example
     end if
   end do
   print '(a, i0, a, i0, a)', 'daxpy: ', wrong_d, ' of ', n, ' elements wrong'
+  deallocate(dx, dy)
 
   if (wrong_s /= 0 .or. wrong_d /= 0) error stop 1
 end program axpy_example

@@ -11,8 +11,9 @@
 extern "C" {
 #endif
 
-/* Starts the runtime with `workers` workers (below 1: one per online processor).
- * Returns 0, or -1 if the runtime is already running or the call came from a worker. */
+/* Starts the runtime with `workers` workers (below 1: the count of VESK_WORKERS if it is a positive
+ * integer, else one per online processor). Returns 0, or -1 if the runtime is already running, the call
+ * came from a worker, or the worker threads could not be made (the runtime then stays stopped). */
 int vesk_start(int workers);
 
 /* Stops the runtime: waits for queued tasks, ends every worker (running their per-worker storage

@@ -9,7 +9,8 @@ namespace kovra::helper {
 
 inline constexpr std::size_t aligned_helper_alignment = 64;
 
-// count elements of `width` bytes (4, 8 or 16).
+// count elements of `width` bytes (4, 8 or 16). A count whose byte size size_t cannot hold, or a
+// negative one, is reported and gives null like a failed memalign.
 void* aligned_elements(int count, std::size_t width);
 
 template <typename T> inline T* aligned_array(int count) {

@@ -35,7 +35,7 @@ void send_tile(vesk::internal::group_ptr& group, const tile_range& tile, const B
   try {
     task = new (memory) task_object<Body>(group.get(), tile, body);
   } catch (...) {
-    vesk::internal::task_allocator::deallocate(memory, sizeof(task_object<Body>));
+    vesk::internal::task_allocator::deallocate(memory);
     group->remove_unsent_task();
     throw;
   }

@@ -71,7 +71,8 @@ symbol_table read_dynamic_symbols(const std::vector<char>& image) {
     for (std::uint64_t i = 1; i < section.sh_size / sizeof(Sym); ++i) {
       Sym symbol;
       std::memcpy(&symbol, symbol_base + i * sizeof(Sym), sizeof symbol);
-      if (symbol.st_shndx == SHN_UNDEF) continue;
+      // Imports and local entries (section symbols, which ARM objects keep in .dynsym) are not exports.
+      if (symbol.st_shndx == SHN_UNDEF || (symbol.st_info >> 4) == STB_LOCAL) continue;
       if (symbol.st_name >= strings.sh_size) throw std::runtime_error("bad symbol name offset");
       const char* name = string_base + symbol.st_name;
       if (std::memchr(name, '\0', strings.sh_size - symbol.st_name) == nullptr)

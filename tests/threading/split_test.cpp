@@ -5,17 +5,11 @@
 #include <vector>
 
 #include "threading/split.h"
+#include "tile_range_io.h"
 
 namespace kovra::threading {
+
 namespace {
-
-bool operator==(const tile_range& a, const tile_range& b) {
-  return a.m_begin == b.m_begin && a.m_end == b.m_end && a.n_begin == b.n_begin && a.n_end == b.n_end;
-}
-
-void PrintTo(const tile_range& t, std::ostream* os) {
-  *os << "[" << t.m_begin << "," << t.m_end << ")x[" << t.n_begin << "," << t.n_end << ")";
-}
 
 std::vector<tile_range> grid(int m, int mgrain, int n, int ngrain, int workers) {
   std::vector<tile_range> tiles;
@@ -86,7 +80,9 @@ TEST(GridSplit, TilesCoverTheExtentInOrderWithSharesWithinOneGrain) {
         }
         EXPECT_EQ(expected_begin, m);
         // Equal shares of whole grains; the remainder adds at most one grain to a share.
-        if (m >= grain * workers) EXPECT_LE(longest - shortest, grain);
+        if (m >= grain * workers) {
+          EXPECT_LE(longest - shortest, grain);
+        }
       }
 }
 

@@ -1,0 +1,103 @@
+// Options come as "--name value" or "--name=value"; lists are comma-separated.
+#include "options.h"
+
+#include <cerrno>
+#include <climits>
+#include <cmath>
+#include <cstdlib>
+#include <sstream>
+#include <stdexcept>
+
+namespace kovra::bench {
+namespace {
+
+std::vector<std::string> split_list(const std::string& text) {
+  std::vector<std::string> items;
+  std::size_t begin = 0;
+  while (true) {
+    const std::size_t comma = text.find(',', begin);
+    items.push_back(text.substr(begin, comma - begin));
+    if (comma == std::string::npos) return items;
+    begin = comma + 1;
+  }
+}
+
+// A positive count, in plain or exponent form ("10000000" or "1e7"), that fits an int.
+int parse_count(const std::string& option, const std::string& text) {
+  errno = 0;
+  char* end = nullptr;
+  const double value = std::strtod(text.c_str(), &end);
+  if (text.empty() || *end != '\0' || errno != 0 || !(value >= 1) || value > INT_MAX ||
+      value != std::floor(value))
+    throw std::invalid_argument(option + " wants a whole number from 1 to " + std::to_string(INT_MAX) +
+                                ", not '" + text + "'");
+  return static_cast<int>(value);
+}
+
+std::vector<int> parse_counts(const std::string& option, const std::string& text) {
+  std::vector<int> counts;
+  for (const auto& item : split_list(text)) counts.push_back(parse_count(option, item));
+  return counts;
+}
+
+}  // namespace
+
+options parse_options(const std::vector<std::string>& args) {
+  options result;
+  for (std::size_t i = 0; i < args.size(); ++i) {
+    std::string name = args[i];
+    std::optional<std::string> inline_value;
+    if (const auto equals = name.find('='); name.rfind("--", 0) == 0 && equals != std::string::npos) {
+      inline_value = name.substr(equals + 1);
+      name.resize(equals);
+    }
+    if (name == "--help" || name == "-h") {
+      result.help = true;
+      continue;
+    }
+    auto value = [&]() -> std::string {
+      if (inline_value) return *inline_value;
+      if (i + 1 >= args.size()) throw std::invalid_argument(name + " needs a value");
+      return args[++i];
+    };
+    if (name == "--peer")
+      result.peer = value();
+    else if (name == "--workers")
+      result.workers = parse_counts(name, value());
+    else if (name == "--cases")
+      result.cases = split_list(value());
+    else if (name == "--n")
+      result.sizes = parse_counts(name, value());
+    else if (name == "--reps")
+      result.samples = parse_count(name, value());
+    else if (name == "--launches")
+      result.launches = parse_count(name, value());
+    else
+      throw std::invalid_argument("unknown argument '" + args[i] + "'");
+  }
+  return result;
+}
+
+std::string usage(const std::vector<std::string>& case_names) {
+  const options defaults;
+  std::string names;
+  for (const auto& name : case_names) names += (names.empty() ? "" : ", ") + name;
+  std::ostringstream text;
+  text << "Usage: kovra-bench [options]\n"
+       << "Times KOVRA's routines (GB/s or GFLOPS, best of the samples) and the launch latency of its\n"
+       << "parallel frame; with --peer, the same routines of another BLAS side by side. Every result is\n"
+       << "first checked against a plain loop; a wrong one of KOVRA's makes the exit status 1.\n\n"
+       << "  --peer PATH        load another BLAS and call its CBLAS entries\n"
+       << "                     (e.g. /usr/lib/x86_64-linux-gnu/libopenblas.so.0)\n"
+       << "  --workers N[,N..]  restart the runtime with N workers, one table per count; the peer gets\n"
+       << "                     as many threads if it has openblas_set_num_threads\n"
+       << "  --cases A[,B..]    cases to run, in any letter case:\n"
+       << "                     " << names << "\n"
+       << "  --n N[,N..]        sizes n, 1e7 style accepted (default: each case's own)\n"
+       << "  --reps R           timed samples per case and library (default " << defaults.samples << ")\n"
+       << "  --launches L       timed launches of the launch probe (default " << defaults.launches << ")\n"
+       << "  --help             this text\n";
+  return text.str();
+}
+
+}  // namespace kovra::bench

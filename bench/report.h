@@ -1,0 +1,27 @@
+// The tables that kovra-bench prints.
+#pragma once
+
+#include <ostream>
+#include <string>
+
+#include "launch_latency.h"
+#include "runner.h"
+
+namespace kovra::bench {
+
+// One row per case and size: KOVRA's rate, the peer's (when `peer_name` is not empty), their ratio and
+// the outcome of the result checks. Rows print as they come, so a long run shows its progress.
+class rate_table {
+ public:
+  rate_table(std::ostream& out, std::string peer_name, int samples);
+  void add(const case_result& row);
+
+ private:
+  std::ostream& out_;
+  std::string peer_name_;
+  int peer_width_;
+};
+
+void print_launch_latency(std::ostream& out, const launch_latency& latency);
+
+}  // namespace kovra::bench

@@ -1,0 +1,73 @@
+/* The Fortran form of KOVRA. Every argument is passed by reference; complex scalars and arrays are
+ * pointers to interleaved (real part, imaginary part) pairs. Each routine is exported under three names
+ * that are one and the same function: lower case with a trailing underscore, lower case, upper case.
+ * Usable from C and C++. */
+#ifndef KOVRA_FORTRAN_H
+#define KOVRA_FORTRAN_H
+
+/* Declares the three names of one routine. */
+#define KOVRA_FORTRAN_NAMES(result, lower, upper, params) \
+  result lower##_ params;                                \
+  result lower params;                                   \
+  result upper params
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* ---- Level 1: vector updates ---- */
+
+/* y := alpha*x + y */
+KOVRA_FORTRAN_NAMES(void, saxpy, SAXPY,
+                    (const int* n, const float* alpha, const float* x, const int* incx, float* y, const int* incy));
+KOVRA_FORTRAN_NAMES(void, daxpy, DAXPY,
+                    (const int* n, const double* alpha, const double* x, const int* incx, double* y, const int* incy));
+KOVRA_FORTRAN_NAMES(void, caxpy, CAXPY,
+                    (const int* n, const void* alpha, const void* x, const int* incx, void* y, const int* incy));
+KOVRA_FORTRAN_NAMES(void, zaxpy, ZAXPY,
+                    (const int* n, const void* alpha, const void* x, const int* incx, void* y, const int* incy));
+
+/* y := alpha*x + beta*y */
+KOVRA_FORTRAN_NAMES(void, saxpby, SAXPBY,
+                    (const int* n, const float* alpha, const float* x, const int* incx,
+                     const float* beta, float* y, const int* incy));
+KOVRA_FORTRAN_NAMES(void, daxpby, DAXPBY,
+                    (const int* n, const double* alpha, const double* x, const int* incx,
+                     const double* beta, double* y, const int* incy));
+KOVRA_FORTRAN_NAMES(void, caxpby, CAXPBY,
+                    (const int* n, const void* alpha, const void* x, const int* incx,
+                     const void* beta, void* y, const int* incy));
+KOVRA_FORTRAN_NAMES(void, zaxpby, ZAXPBY,
+                    (const int* n, const void* alpha, const void* x, const int* incx,
+                     const void* beta, void* y, const int* incy));
+
+/* x := alpha*x. Nothing happens for incx < 1. A vector of at most 8 elements is scaled twice and
+ * ends as alpha*alpha*x. */
+KOVRA_FORTRAN_NAMES(void, sscal, SSCAL, (const int* n, const float* alpha, float* x, const int* incx));
+KOVRA_FORTRAN_NAMES(void, dscal, DSCAL, (const int* n, const double* alpha, double* x, const int* incx));
+KOVRA_FORTRAN_NAMES(void, cscal, CSCAL, (const int* n, const void* alpha, void* x, const int* incx));
+KOVRA_FORTRAN_NAMES(void, zscal, ZSCAL, (const int* n, const void* alpha, void* x, const int* incx));
+KOVRA_FORTRAN_NAMES(void, csscal, CSSCAL, (const int* n, const float* alpha, void* x, const int* incx));
+KOVRA_FORTRAN_NAMES(void, zdscal, ZDSCAL, (const int* n, const double* alpha, void* x, const int* incx));
+
+/* y := x */
+KOVRA_FORTRAN_NAMES(void, scopy, SCOPY, (const int* n, const float* x, const int* incx, float* y, const int* incy));
+KOVRA_FORTRAN_NAMES(void, dcopy, DCOPY, (const int* n, const double* x, const int* incx, double* y, const int* incy));
+KOVRA_FORTRAN_NAMES(void, ccopy, CCOPY, (const int* n, const void* x, const int* incx, void* y, const int* incy));
+KOVRA_FORTRAN_NAMES(void, zcopy, ZCOPY, (const int* n, const void* x, const int* incx, void* y, const int* incy));
+
+/* x <-> y */
+KOVRA_FORTRAN_NAMES(void, sswap, SSWAP, (const int* n, float* x, const int* incx, float* y, const int* incy));
+KOVRA_FORTRAN_NAMES(void, dswap, DSWAP, (const int* n, double* x, const int* incx, double* y, const int* incy));
+KOVRA_FORTRAN_NAMES(void, cswap, CSWAP, (const int* n, void* x, const int* incx, void* y, const int* incy));
+KOVRA_FORTRAN_NAMES(void, zswap, ZSWAP, (const int* n, void* x, const int* incx, void* y, const int* incy));
+
+/* |Re z| + |Im z| of the complex value at z */
+KOVRA_FORTRAN_NAMES(float, scabs1, SCABS1, (const void* z));
+KOVRA_FORTRAN_NAMES(double, dcabs1, DCABS1, (const void* z));
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif

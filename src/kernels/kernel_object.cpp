@@ -1,0 +1,146 @@
+// Default bodies of kernel_object<T>: the portable path, written as plain loops, and the reference that
+// every faster subclass must reproduce.
+#include "kernels/kernel_object.h"
+
+#include <cmath>
+#include <cstring>
+
+#include "helper/complex_arith.h"
+#include "helper/helper.h"
+
+namespace kovra::kernels {
+namespace {
+
+// Conjugation as the conjugating packers apply it: through CONJG for the real types, where it is the
+// identity, inline for the complex ones.
+template <typename T> inline T conjugated(const T& v) {
+  if constexpr (is_complex_v<T>) return T(v.real(), -v.imag());
+  else return helper::CONJG<T>(true, v);
+}
+
+// Byte-wise clear: all-zero bytes are +0 in every part, and nothing is read, so NaN and infinity there
+// are gone afterwards.
+template <typename T> inline void clear_elements(T* x, int n) {
+  std::memset(static_cast<void*>(x), 0, static_cast<std::size_t>(n) * sizeof(T));
+}
+
+// c + s*t for one element: one fused multiply-add for the real types, the full complex product and
+// two separate additions for the complex ones.
+template <typename T> inline T multiply_add(const T& s, const T& t, const T& c) {
+  if constexpr (is_complex_v<T>) return helper::add(c, helper::cmul(s, t));
+  else return std::fma(s, t, c);
+}
+
+}  // namespace
+
+template <typename T>
+kernel_object<T>::kernel_object(int block_m, int block_n, int block_k, int tile_m, int tile_n, int reserved_hint)
+    : block_m(block_m),
+      block_n(block_n),
+      block_k(block_k),
+      tile_m(tile_m),
+      tile_n(tile_n),
+      tile_size(tile_m * tile_n),
+      reserved_hint(reserved_hint) {}
+
+template <typename T>
+kernel_object<T>::kernel_object(const kernel_blocking& b)
+    : kernel_object(b.block_m, b.block_n, b.block_k, b.tile_m, b.tile_n, b.reserved_hint) {
+  a_block_slack = b.a_block_slack;
+}
+
+template <typename T> void kernel_object<T>::pack_a(const T* src, int ld, T* dst) const {
+  const int mr = tile_m, nr = tile_n;
+  for (int j = 0; j < nr; ++j) std::memcpy(static_cast<void*>(dst + j * mr), src + j * ld, mr * sizeof(T));
+}
+
+template <typename T> void kernel_object<T>::pack_a_trans(const T* src, int ld, T* dst) const {
+  const int mr = tile_m, nr = tile_n;
+  for (int j = 0; j < nr; ++j)
+    for (int i = 0; i < mr; ++i) dst[j * mr + i] = src[j + i * ld];
+}
+
+template <typename T> void kernel_object<T>::pack_a_conj_trans(const T* src, int ld, T* dst) const {
+  const int mr = tile_m, nr = tile_n;
+  for (int j = 0; j < nr; ++j)
+    for (int i = 0; i < mr; ++i) dst[j * mr + i] = conjugated(src[j + i * ld]);
+}
+
+template <typename T> void kernel_object<T>::pack_b_trans(const T* src, int ld, T* dst) const {
+  const int mr = tile_m, nr = tile_n;
+  for (int i = 0; i < mr; ++i) std::memcpy(static_cast<void*>(dst + i * nr), src + i * ld, nr * sizeof(T));
+}
+
+template <typename T> void kernel_object<T>::pack_b_conj_trans(const T* src, int ld, T* dst) const {
+  const int mr = tile_m, nr = tile_n;
+  for (int i = 0; i < mr; ++i)
+    for (int j = 0; j < nr; ++j) dst[i * nr + j] = conjugated(src[j + i * ld]);
+}
+
+template <typename T> void kernel_object<T>::pack_b(const T* src, int ld, T* dst) const {
+  const int mr = tile_m, nr = tile_n;
+  for (int i = 0; i < mr; ++i)
+    for (int j = 0; j < nr; ++j) dst[i * nr + j] = src[i + j * ld];
+}
+
+template <typename T>
+void kernel_object<T>::micro_kernel(const T* alpha, int k, const T* a, const T* b, T* c, int ldc, bool clear) const {
+  const int mr = tile_m, nr = tile_n;
+  const T al = *alpha;
+  if (clear)
+    for (int j = 0; j < nr; ++j) clear_elements(c + j * ldc, mr);
+  if (k < 1) return;
+  for (int p = 0; p < k; ++p) {
+    const T* ap = a + p * mr;
+    const T* bp = b + p * nr;
+    for (int j = 0; j < nr; ++j) {
+      T* cj = c + j * ldc;
+      for (int i = 0; i < mr; ++i) {
+        // alpha scales the element of A as it is read, rounded on its own before it meets b.
+        const T t = helper::mul(al, ap[i]);
+        cj[i] = multiply_add(t, bp[j], cj[i]);
+      }
+    }
+  }
+}
+
+template <typename T>
+void kernel_object<T>::micro_kernel_t(int k, const T* a, const T* b, T* c, int ldc, bool clear) const {
+  const int mr = tile_m, nr = tile_n;
+  if (clear)
+    for (int i = 0; i < mr; ++i) clear_elements(c + i * ldc, nr);
+  if (k < 1) return;
+  for (int p = 0; p < k; ++p) {
+    const T* ap = a + p * mr;
+    const T* bp = b + p * nr;
+    for (int i = 0; i < mr; ++i) {
+      T* ci = c + i * ldc;
+      for (int j = 0; j < nr; ++j) ci[j] = multiply_add(bp[j], ap[i], ci[j]);
+    }
+  }
+}
+
+template <typename T> void kernel_object<T>::axpy_kernel(int n, const T* alpha, const T* x, T* y) const {
+  const T al = *alpha;
+  for (int i = 0; i < n; ++i) y[i] = multiply_add(al, x[i], y[i]);
+}
+
+template <typename T> void kernel_object<T>::scal_kernel(int n, const T* alpha, T* x) const {
+  if (n < 1) return;
+  const T al = *alpha;
+  if (helper::is_zero(al)) {
+    clear_elements(x, n);
+    return;
+  }
+  for (int i = 0; i < n; ++i) {
+    if constexpr (is_complex_v<T>) x[i] = helper::cmul(al, x[i]);
+    else x[i] = x[i] * al;
+  }
+}
+
+template class kernel_object<float>;
+template class kernel_object<double>;
+template class kernel_object<std::complex<float>>;
+template class kernel_object<std::complex<double>>;
+
+}  // namespace kovra::kernels

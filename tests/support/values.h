@@ -1,0 +1,108 @@
+// Test values for all four element types: building elements from parts, sentinels, random fills, and
+// element-wise comparison of results, bit for bit or within a tolerance.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <complex>
+#include <cstdint>
+#include <cstring>
+#include <limits>
+#include <random>
+#include <sstream>
+#include <vector>
+
+#include "helper/helper.h"
+
+namespace kovra::testing {
+
+// An element from its parts; a real type drops the imaginary part.
+template <typename T>
+T make(double re, double im = 0) {
+  using R = real_t<T>;
+  if constexpr (is_complex_v<T>) return T(static_cast<R>(re), static_cast<R>(im));
+  else return static_cast<T>(re);
+}
+
+template <typename T>
+bool same_bits(const T& a, const T& b) {
+  return std::memcmp(&a, &b, sizeof(T)) == 0;
+}
+
+// A quiet NaN with a payload that no arithmetic produces: a position holding exactly these bits after
+// a call was not written by it.
+template <typename T>
+T sentinel() {
+  using R = real_t<T>;
+  R part;
+  if constexpr (sizeof(R) == 4) {
+    const std::uint32_t bits = 0x7fc0a5a5u;
+    std::memcpy(&part, &bits, sizeof part);
+  } else {
+    const std::uint64_t bits = 0x7ff8a5a5a5a5a5a5ull;
+    std::memcpy(&part, &bits, sizeof part);
+  }
+  if constexpr (is_complex_v<T>) return T(part, part);
+  else return part;
+}
+
+template <typename T>
+T nan_element() {
+  const double nan = std::numeric_limits<double>::quiet_NaN();
+  return make<T>(nan, nan);
+}
+
+template <typename T>
+bool has_nan(const T& v) {
+  return std::isnan(helper::REAL(v)) || std::isnan(helper::IMAG(v));
+}
+
+// Reproducible values with every part in [-1, 1].
+template <typename T>
+std::vector<T> random_values(int count, unsigned seed) {
+  std::mt19937 engine(seed);
+  std::uniform_real_distribution<double> part(-1.0, 1.0);
+  std::vector<T> values;
+  for (int i = 0; i < count; ++i) {
+    const double re = part(engine);
+    values.push_back(make<T>(re, part(engine)));
+  }
+  return values;
+}
+
+template <typename T>
+std::string describe(const T& v) {
+  std::ostringstream text;
+  text.precision(std::numeric_limits<real_t<T>>::max_digits10);
+  text << v;
+  return text.str();
+}
+
+template <typename T>
+::testing::AssertionResult all_same_bits(const std::vector<T>& actual, const std::vector<T>& expected) {
+  if (actual.size() != expected.size())
+    return ::testing::AssertionFailure() << actual.size() << " elements, expected " << expected.size();
+  for (std::size_t i = 0; i < actual.size(); ++i)
+    if (!same_bits(actual[i], expected[i]))
+      return ::testing::AssertionFailure()
+             << "element " << i << " is " << describe(actual[i]) << ", expected " << describe(expected[i]);
+  return ::testing::AssertionSuccess();
+}
+
+// |actual - expected| <= tolerance on every part; a NaN anywhere fails.
+template <typename T>
+::testing::AssertionResult all_near(const std::vector<T>& actual, const std::vector<T>& expected, double tolerance) {
+  if (actual.size() != expected.size())
+    return ::testing::AssertionFailure() << actual.size() << " elements, expected " << expected.size();
+  for (std::size_t i = 0; i < actual.size(); ++i) {
+    const double re = std::fabs(double(helper::REAL(actual[i])) - double(helper::REAL(expected[i])));
+    const double im = std::fabs(double(helper::IMAG(actual[i])) - double(helper::IMAG(expected[i])));
+    if (!(re <= tolerance) || !(im <= tolerance))
+      return ::testing::AssertionFailure() << "element " << i << " is " << describe(actual[i]) << ", expected "
+                                           << describe(expected[i]) << " within " << tolerance;
+  }
+  return ::testing::AssertionSuccess();
+}
+
+}  // namespace kovra::testing
