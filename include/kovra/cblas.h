@@ -62,6 +62,17 @@ void cblas_zswap(int n, void* x, int incx, void* y, int incy);
 float cblas_scabs1(const void* z);
 double cblas_dcabs1(const void* z);
 
+/* ---- Level 3 ---- */
+
+void cblas_sgemm(CBLAS_ORDER order, CBLAS_TRANSPOSE transa, CBLAS_TRANSPOSE transb, int m, int n, int k, float alpha,
+                 const float* a, int lda, const float* b, int ldb, float beta, float* c, int ldc);
+void cblas_dgemm(CBLAS_ORDER order, CBLAS_TRANSPOSE transa, CBLAS_TRANSPOSE transb, int m, int n, int k, double alpha,
+                 const double* a, int lda, const double* b, int ldb, double beta, double* c, int ldc);
+void cblas_cgemm(CBLAS_ORDER order, CBLAS_TRANSPOSE transa, CBLAS_TRANSPOSE transb, int m, int n, int k,
+                 const void* alpha, const void* a, int lda, const void* b, int ldb, const void* beta, void* c, int ldc);
+void cblas_zgemm(CBLAS_ORDER order, CBLAS_TRANSPOSE transa, CBLAS_TRANSPOSE transb, int m, int n, int k,
+                 const void* alpha, const void* a, int lda, const void* b, int ldb, const void* beta, void* c, int ldc);
+
 #ifdef __cplusplus
 }
 #endif

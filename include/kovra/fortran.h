@@ -66,6 +66,26 @@ KOVRA_FORTRAN_NAMES(void, zswap, ZSWAP, (const int* n, void* x, const int* incx,
 KOVRA_FORTRAN_NAMES(float, scabs1, SCABS1, (const void* z));
 KOVRA_FORTRAN_NAMES(double, dcabs1, DCABS1, (const void* z));
 
+/* ---- Level 3 ---- */
+
+/* C := alpha*op(A)*op(B) + beta*C, op one of 'N', 'T', 'C' */
+KOVRA_FORTRAN_NAMES(void, sgemm, SGEMM,
+                    (const char* transa, const char* transb, const int* m, const int* n, const int* k,
+                     const float* alpha, const float* a, const int* lda, const float* b, const int* ldb,
+                     const float* beta, float* c, const int* ldc));
+KOVRA_FORTRAN_NAMES(void, dgemm, DGEMM,
+                    (const char* transa, const char* transb, const int* m, const int* n, const int* k,
+                     const double* alpha, const double* a, const int* lda, const double* b, const int* ldb,
+                     const double* beta, double* c, const int* ldc));
+KOVRA_FORTRAN_NAMES(void, cgemm, CGEMM,
+                    (const char* transa, const char* transb, const int* m, const int* n, const int* k,
+                     const void* alpha, const void* a, const int* lda, const void* b, const int* ldb,
+                     const void* beta, void* c, const int* ldc));
+KOVRA_FORTRAN_NAMES(void, zgemm, ZGEMM,
+                    (const char* transa, const char* transb, const int* m, const int* n, const int* k,
+                     const void* alpha, const void* a, const int* lda, const void* b, const int* ldb,
+                     const void* beta, void* c, const int* ldc));
+
 #ifdef __cplusplus
 }
 #endif

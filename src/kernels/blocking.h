@@ -63,9 +63,11 @@ template <> struct plain_blocking<std::complex<double>> {
   static constexpr kernel_blocking value{512, 16, 64, 8, 4, 0, 0};
 };
 
-// A B block holds whole panels, and the three pieces of the split stay inside the scratch.
+// Packed A and B blocks hold whole panels (the zero padding of a last panel must stay inside its block,
+// or packing B would overwrite it), and the three pieces of the split stay inside the scratch.
 template <typename T> constexpr bool sound_blocking(const kernel_blocking& b) {
-  return b.tile_m > 0 && b.tile_n > 0 && b.block_n % b.tile_n == 0 && fits_scratch(split_scratch(b, sizeof(T)));
+  return b.tile_m > 0 && b.tile_n > 0 && b.block_m % b.tile_m == 0 && b.block_n % b.tile_n == 0 &&
+         fits_scratch(split_scratch(b, sizeof(T)));
 }
 static_assert(sound_blocking<float>(plain_blocking<float>::value));
 static_assert(sound_blocking<double>(plain_blocking<double>::value));

@@ -40,10 +40,14 @@ struct gemm_case {
   }
 };
 
-// 3 by 5 tiles and small blocks that are no multiples of the tiles (block_n must hold whole B panels).
+// 3 by 5 tiles and small blocks, so that a modest matrix crosses several blocks in every dimension and
+// the depth block (7) is no multiple of either tile. Blocks of A and B hold whole panels.
+inline constexpr kernels::kernel_blocking odd_blocking{9, 15, 7, 3, 5, 0, 0};
+
 template <typename T>
 std::shared_ptr<kernels::kernel_object<T>> odd_kernel() {
-  return std::make_shared<kernels::kernel_object<T>>(10, 15, 7, 3, 5);
+  static_assert(kernels::sound_blocking<T>(odd_blocking));
+  return std::make_shared<kernels::kernel_object<T>>(odd_blocking);
 }
 
 }  // namespace kovra::testing

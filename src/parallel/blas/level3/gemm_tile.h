@@ -41,7 +41,7 @@ void gemm_object<T>::run_tile(threading::scratch* s, int i0, int i1, int j0, int
   const block_packer<T> pack_a = nota ? pack_a_block<T> : conja ? pack_a_conj_trans_block<T> : pack_a_trans_block<T>;
   const block_packer<T> pack_b = notb ? pack_b_block<T> : conjb ? pack_b_conj_trans_block<T> : pack_b_trans_block<T>;
 
-  const kernels::scratch_layout layout = kernels::split_scratch(kern, sizeof(T));
+  const kernels::scratch_layout layout = kernels::split_scratch(kern);
   auto* base = reinterpret_cast<unsigned char*>(s->storage);
   T* packed_a = reinterpret_cast<T*>(base + layout.a_offset);
   T* packed_b = reinterpret_cast<T*>(base + layout.b_offset);
