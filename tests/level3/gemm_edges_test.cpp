@@ -14,6 +14,11 @@ namespace {
 
 template <typename T>
 class GemmEdges : public ::testing::Test {};
+
+struct shape_case {
+  char ta, tb;
+  int m, n, k;
+};
 TYPED_TEST_SUITE(GemmEdges, element_types, element_type_names);
 
 // Both sides of the serial cut-off: (8, 8, 8) is serial, a 9 anywhere takes the task path.
@@ -130,6 +135,48 @@ TYPED_TEST(GemmEdges, EachBadArgumentIsReportedAtItsPositionAndCIsUntouched) {
                           " had an illegal value!\n");
     for (int j = 0; j < 4; ++j)
       for (int i = 0; i < 4; ++i) EXPECT_TRUE(same_bits(c.at(i, j), sentinel<T>()));
+  }
+}
+
+// The entries of each type, both forms, against the routine they map to, bit for bit.
+template <typename T> struct gemm_entries;
+template <> struct gemm_entries<float> {
+  static constexpr auto fortran = sgemm_;
+  static constexpr auto cblas = cblas_sgemm;
+  static float scalar(const float& v) { return v; }
+};
+template <> struct gemm_entries<double> {
+  static constexpr auto fortran = dgemm_;
+  static constexpr auto cblas = cblas_dgemm;
+  static double scalar(const double& v) { return v; }
+};
+template <> struct gemm_entries<std::complex<float>> {
+  static constexpr auto fortran = cgemm_;
+  static constexpr auto cblas = cblas_cgemm;
+  static const void* scalar(const std::complex<float>& v) { return &v; }
+};
+template <> struct gemm_entries<std::complex<double>> {
+  static constexpr auto fortran = zgemm_;
+  static constexpr auto cblas = cblas_zgemm;
+  static const void* scalar(const std::complex<double>& v) { return &v; }
+};
+
+TYPED_TEST(GemmEdges, BothEntryFormsComputeWhatTheRoutineComputes) {
+  using T = TypeParam;
+  using entries = gemm_entries<T>;
+  const T alpha = make<T>(1.5, -0.5), beta = make<T>(-0.25, 1);
+  for (const shape_case s : {shape_case{'N', 'T', 9, 3, 2}, shape_case{'C', 'N', 5, 6, 7}}) {
+    gemm_case<T> routine(s.ta, s.tb, s.m, s.n, s.k, 1, 3), fortran = routine, cblas = routine;
+    routine.run(alpha, beta);
+    const int lda = fortran.a.ld(), ldb = fortran.b.ld(), ldc = fortran.c.ld();
+    entries::fortran(&s.ta, &s.tb, &s.m, &s.n, &s.k, &alpha, fortran.a.data(), &lda, fortran.b.data(), &ldb, &beta,
+                     fortran.c.data(), &ldc);
+    const auto cblas_trans = [](char t) { return t == 'N' ? CblasNoTrans : t == 'T' ? CblasTrans : CblasConjTrans; };
+    entries::cblas(CblasColMajor, cblas_trans(s.ta), cblas_trans(s.tb), s.m, s.n, s.k, entries::scalar(alpha),
+                   cblas.a.data(), cblas.a.ld(), cblas.b.data(), cblas.b.ld(), entries::scalar(beta), cblas.c.data(),
+                   cblas.c.ld());
+    EXPECT_TRUE(fortran.c.same_as(routine.c));
+    EXPECT_TRUE(cblas.c.same_as(routine.c));
   }
 }
 
