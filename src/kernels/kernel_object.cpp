@@ -83,28 +83,32 @@ template <typename T> void kernel_object<T>::pack_b(const T* src, int ld, T* dst
     for (int j = 0; j < nr; ++j) dst[i * nr + j] = src[i + j * ld];
 }
 
-// The default tile product for a tile shape known at compile time: the same sequence of operations on
-// every element of C as the general loop below, but the tile lives in local accumulators that the
-// compiler keeps in registers and vectorises over i, and C is read once (never with clear) and written
-// once. Each element still sees, in order of p, c = fma(alpha*a, b, c) (complex: c + (alpha*a)*b), and a
-// cleared element starts from +0 exactly as the byte-wise clear leaves it, so results are bit-identical.
 namespace {
 
+// The default tile product for a tile shape known at compile time: the same sequence of operations on
+// every element of C as the general loop in micro_kernel, but the tile is computed in passes of rows that
+// fill one 256-bit register, each pass in local accumulators that the compiler keeps in registers, and
+// C is read once (never with clear) and written once. Each element still sees, in order of p,
+// c = fma(alpha*a, b, c) (complex: c + (alpha*a)*b), and a cleared element starts from +0 exactly as the
+// byte-wise clear leaves it, so the results are bit for bit those of the general loop.
 template <typename T, int MR, int NR>
 void fixed_tile_product(T alpha, int k, const T* a, const T* b, T* c, int ldc, bool clear) {
-  T acc[NR][MR];
-  for (int j = 0; j < NR; ++j)
-    for (int i = 0; i < MR; ++i) acc[j][i] = clear ? T{} : c[i + j * ldc];
-  for (int p = 0; p < k; ++p) {
-    const T* ap = a + p * MR;
-    const T* bp = b + p * NR;
-    T scaled[MR];
-    for (int i = 0; i < MR; ++i) scaled[i] = helper::mul(alpha, ap[i]);
+  constexpr int register_bytes = 32;
+  constexpr int rows = register_bytes / sizeof(T) < MR ? register_bytes / sizeof(T) : MR;
+  static_assert(MR % rows == 0, "passes cover the tile");
+  for (int h = 0; h < MR; h += rows) {
+    T acc[NR][rows];
     for (int j = 0; j < NR; ++j)
-      for (int i = 0; i < MR; ++i) acc[j][i] = multiply_add(scaled[i], bp[j], acc[j][i]);
+      for (int i = 0; i < rows; ++i) acc[j][i] = clear ? T{} : c[h + i + j * ldc];
+    for (int p = 0; p < k; ++p) {
+      T scaled[rows];
+      for (int i = 0; i < rows; ++i) scaled[i] = helper::mul(alpha, a[p * MR + h + i]);
+      for (int j = 0; j < NR; ++j)
+        for (int i = 0; i < rows; ++i) acc[j][i] = multiply_add(scaled[i], b[p * NR + j], acc[j][i]);
+    }
+    for (int j = 0; j < NR; ++j)
+      for (int i = 0; i < rows; ++i) c[h + i + j * ldc] = acc[j][i];
   }
-  for (int j = 0; j < NR; ++j)
-    for (int i = 0; i < MR; ++i) c[i + j * ldc] = acc[j][i];
 }
 
 }  // namespace
