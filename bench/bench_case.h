@@ -1,5 +1,5 @@
 // The case table of kovra-bench: a case is one routine, with how much work a call does at size n and how
-// to run it in KOVRA, in a peer library and as a plain reference loop.
+// to run it in KOVRA, in a peer library and as a plain reference.
 #pragma once
 
 #include <functional>
@@ -13,24 +13,39 @@ namespace kovra::bench {
 
 // One case made ready at one size: operands allocated, every runner bound to them.
 struct workload {
-  std::function<void()> reset;      // refills the operands, with the same values every time
-  std::function<void()> ours;       // one call of KOVRA's routine
-  std::function<void()> peer;       // one call of the peer's routine; empty without a peer or entry
-  std::function<void()> reference;  // a plain loop with the routine's meaning
+  std::function<void()> reset;  // refills the operands, with the same values every time
+  std::function<void()> ours;   // one call of KOVRA's routine
+  std::function<void()> peer;   // one call of the peer's routine; empty without a peer or entry
+  // The checksums that a right call leaves, found from operands just reset: by a plain loop with the
+  // routine's meaning run on them, or by cheaper sums of the same values. It may change the operands.
+  std::function<std::vector<operand_checksum>()> expected;
   std::function<std::vector<operand_checksum>()> sums;  // checksums of every operand the routine may write
   double rounding;  // relative checksum difference that rounding alone can explain
 };
 
+// How rates print: `work` counts what a call does in the unit's own terms (bytes, flops, calls), and a
+// rate is that count per second divided by `scale`.
+struct rate_unit {
+  std::string name;
+  double scale;
+};
+
+inline const rate_unit gigabytes_per_second{"GB/s", 1e9};
+inline const rate_unit gigaflops{"GFLOPS", 1e9};
+inline const rate_unit kilocalls_per_second{"kcall/s", 1e3};
+
 struct bench_case {
-  std::string name;                   // as printed; --cases matches it in any letter case
-  std::string unit;                   // "GB/s" or "GFLOPS"
-  std::function<double(int n)> work;  // bytes that one call must move, or flops it must do
-  std::vector<int> default_sizes;     // the sizes run when --n is not given
-  bool by_default;                    // part of the set run without --cases
+  std::string name;                    // as printed; --cases matches it in any letter case
+  std::string family;                  // --cases may name it to run every case of the family
+  rate_unit unit;
+  std::function<double(int n)> work;   // bytes that one call must move, flops it must do, or 1 call
+  std::vector<int> sizes;              // the sizes run when --n is not given
+  std::vector<int> default_run_sizes;  // the sizes run without --cases; empty: not in that run
   std::function<workload(int n, const peer_library* peer)> make;
 };
 
 std::vector<bench_case> level1_cases();
+std::vector<bench_case> level3_cases();
 
 // Every case, in table order.
 std::vector<bench_case> all_cases();

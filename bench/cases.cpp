@@ -1,8 +1,14 @@
 // The whole case table: the families in the order their tables print.
 #include "bench_case.h"
 
+#include <utility>
+
 namespace kovra::bench {
 
-std::vector<bench_case> all_cases() { return level1_cases(); }
+std::vector<bench_case> all_cases() {
+  std::vector<bench_case> all = level1_cases();
+  for (auto& c : level3_cases()) all.push_back(std::move(c));
+  return all;
+}
 
 }  // namespace kovra::bench

@@ -13,7 +13,7 @@ struct checksum {
   double magnitude = 0;
 };
 
-// The checksum of one operand of a routine, by the operand's name ("x", "y", "C").
+// The checksum of one operand of a routine, or of a part of one, by name ("x", "y", "C", "C(3,5)").
 struct operand_checksum {
   std::string operand;
   checksum sum;

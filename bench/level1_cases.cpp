@@ -41,7 +41,10 @@ workload vector_workload(int n, const peer_library* peer, const char* symbol, Fn
   if (peer != nullptr) {
     if (const Fn theirs = peer->find<Fn>(symbol)) w.peer = [v, theirs, call] { call(theirs, *v); };
   }
-  w.reference = [v, reference] { reference(*v); };
+  w.expected = [v, reference] {
+    reference(*v);
+    return v->sums();
+  };
   w.sums = [v] { return v->sums(); };
   w.rounding = level1_rounding<T>;
   return w;
@@ -54,10 +57,11 @@ bench_case vector_case(const char* name, const char* symbol, Fn ours, int vector
                        Reference reference) {
   return bench_case{
       .name = name,
-      .unit = "GB/s",
+      .family = "LEVEL1",
+      .unit = gigabytes_per_second,
       .work = [vectors_moved](int n) { return static_cast<double>(vectors_moved) * sizeof(T) * n; },
-      .default_sizes = level1_sizes,
-      .by_default = true,
+      .sizes = level1_sizes,
+      .default_run_sizes = level1_sizes,
       .make =
           [=](int n, const peer_library* peer) {
             return vector_workload<T>(n, peer, symbol, ours, call, reference);

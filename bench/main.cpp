@@ -1,7 +1,6 @@
 // kovra-bench: rates of KOVRA's routines, optionally side by side with another BLAS loaded at run time,
 // and the launch latency of its parallel frame.
 #include <algorithm>
-#include <cctype>
 #include <iostream>
 #include <memory>
 #include <stdexcept>
@@ -13,44 +12,10 @@
 #include "peer_library.h"
 #include "report.h"
 #include "runner.h"
+#include "selection.h"
 
 namespace kovra::bench {
 namespace {
-
-// The launch latency probe is chosen with --cases like a case, under this name.
-const std::string launch_probe = "LAUNCH";
-
-struct selection {
-  std::vector<const bench_case*> cases;
-  bool launch = false;
-};
-
-std::string upper(std::string text) {
-  std::transform(text.begin(), text.end(), text.begin(), [](unsigned char c) { return std::toupper(c); });
-  return text;
-}
-
-selection select_cases(const std::vector<bench_case>& all, const std::vector<std::string>& names) {
-  selection chosen;
-  if (names.empty()) {
-    for (const auto& c : all)
-      if (c.by_default) chosen.cases.push_back(&c);
-    chosen.launch = true;
-    return chosen;
-  }
-  for (const auto& name : names) {
-    const std::string wanted = upper(name);
-    if (wanted == launch_probe) {
-      chosen.launch = true;
-      continue;
-    }
-    const auto found =
-        std::find_if(all.begin(), all.end(), [&](const bench_case& c) { return c.name == wanted; });
-    if (found == all.end()) throw std::invalid_argument("unknown case '" + name + "'");
-    chosen.cases.push_back(&*found);
-  }
-  return chosen;
-}
 
 // Restarts the runtime with `workers` workers and asks the peer for as many threads. Returns false if
 // the peer has no thread-count call that we know.
@@ -70,12 +35,13 @@ void print_setup(std::ostream& out, const peer_library* peer, bool peer_threads_
     out << ", threads not set";
   else if (const auto threads = peer->threads())
     out << ", " << *threads << (*threads == 1 ? " thread" : " threads");
+  if (const auto target = peer->kernel_target()) out << ", kernels for " << *target;
   out << "\n";
 }
 
 // Returns the exit status: 1 if any of KOVRA's results was wrong.
 int run(const options& opts, const std::vector<bench_case>& all) {
-  const selection chosen = select_cases(all, opts.cases);
+  const selection chosen = select_cases(all, opts.cases, opts.sizes);
   std::unique_ptr<peer_library> peer;
   if (opts.peer) peer = std::make_unique<peer_library>(*opts.peer);
   // 0 stands for the runtime as it runs, with the count it chose itself.
@@ -86,10 +52,12 @@ int run(const options& opts, const std::vector<bench_case>& all) {
     const bool peer_threads_set = workers < 1 || use_workers(workers, peer.get());
     print_setup(std::cout, peer.get(), peer_threads_set);
     if (!chosen.cases.empty()) {
-      rate_table table(std::cout, peer ? peer->short_name() : std::string(), opts.samples);
-      for (const bench_case* c : chosen.cases) {
-        for (const int n : opts.sizes.empty() ? c->default_sizes : opts.sizes) {
-          const case_result row = measure_case(*c, n, peer.get(), opts.samples);
+      std::size_t longest_name = 0;
+      for (const planned_case& planned : chosen.cases) longest_name = std::max(longest_name, planned.c->name.size());
+      rate_table table(std::cout, peer ? peer->short_name() : std::string(), opts.samples, longest_name);
+      for (const planned_case& planned : chosen.cases) {
+        for (const int n : planned.sizes) {
+          const case_result row = measure_case(*planned.c, n, peer.get(), opts.samples);
           if (row.ours_check == verdict::differs) status = 1;
           table.add(row);
         }
@@ -113,10 +81,7 @@ int main(int argc, char** argv) {
   try {
     const options opts = parse_options(std::vector<std::string>(argv + 1, argv + argc));
     if (opts.help) {
-      std::vector<std::string> names;
-      for (const auto& c : all) names.push_back(c.name);
-      names.push_back(launch_probe);
-      std::cout << usage(names);
+      std::cout << usage(describe_cases(all));
       return 0;
     }
     return run(opts, all);

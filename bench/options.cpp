@@ -78,25 +78,29 @@ options parse_options(const std::vector<std::string>& args) {
   return result;
 }
 
-std::string usage(const std::vector<std::string>& case_names) {
+std::string usage(const std::vector<std::string>& case_lines) {
   const options defaults;
-  std::string names;
-  for (const auto& name : case_names) names += (names.empty() ? "" : ", ") + name;
   std::ostringstream text;
   text << "Usage: kovra-bench [options]\n"
-       << "Times KOVRA's routines (GB/s or GFLOPS, best of the samples) and the launch latency of its\n"
-       << "parallel frame; with --peer, the same routines of another BLAS side by side. Every result is\n"
-       << "first checked against a plain loop; a wrong one of KOVRA's makes the exit status 1.\n\n"
+       << "Times KOVRA's routines (GB/s, GFLOPS or kcall/s, best of the samples) and the launch latency of\n"
+       << "its parallel frame; with --peer, the same routines of another BLAS side by side. Every result is\n"
+       << "first checked against a plain reference; a wrong one of KOVRA's makes the exit status 1.\n\n"
        << "  --peer PATH        load another BLAS and call its CBLAS entries\n"
        << "                     (e.g. /usr/lib/x86_64-linux-gnu/libopenblas.so.0)\n"
        << "  --workers N[,N..]  restart the runtime with N workers, one table per count; the peer gets\n"
        << "                     as many threads if it has openblas_set_num_threads\n"
-       << "  --cases A[,B..]    cases to run, in any letter case:\n"
-       << "                     " << names << "\n"
-       << "  --n N[,N..]        sizes n, 1e7 style accepted (default: each case's own)\n"
-       << "  --reps R           timed samples per case and library (default " << defaults.samples << ")\n"
+       << "  --cases A[,B..]    cases, or families for all their cases, in any letter case (default: the\n"
+       << "                     sizes marked * below, and LAUNCH)\n"
+       << "  --n N[,N..]        sizes n, 1e7 style accepted (default: each case's own, listed below)\n"
+       << "  --reps R           timed samples per case and library (default " << defaults.samples
+       << "; fewer for calls so\n"
+       << "                     long that they would take more than a few seconds)\n"
        << "  --launches L       timed launches of the launch probe (default " << defaults.launches << ")\n"
-       << "  --help             this text\n";
+       << "  --help             this text\n\n"
+       << "Cases (family, name, sizes; * marks the run without --cases):\n";
+  for (const auto& line : case_lines) text << "  " << line << "\n";
+  text << "GEMM cases are square column-major products of size n, C = alpha op(A) B + beta C, op(A) = A^T\n"
+       << "for the _TN cases; the _CALLS cases count calls per second at small sizes.\n";
   return text.str();
 }
 

@@ -20,7 +20,8 @@ struct options {
 // Takes the arguments after the program name. Throws std::invalid_argument naming the bad argument.
 options parse_options(const std::vector<std::string>& args);
 
-// The --help text; `case_names` are listed as the choices of --cases.
-std::string usage(const std::vector<std::string>& case_names);
+// The --help text; `case_lines` list the cases (family, name, sizes with '*' on those of the run
+// without --cases), one per line.
+std::string usage(const std::vector<std::string>& case_lines);
 
 }  // namespace kovra::bench

@@ -8,11 +8,14 @@
 namespace kovra::bench {
 namespace {
 
-// The thread controls that OpenBLAS exports; other libraries are timed with whatever count they chose.
+// The thread controls and kernel report that OpenBLAS exports; other libraries are timed with whatever
+// thread count they chose.
 using set_threads_fn = void (*)(int);
 using get_threads_fn = int (*)();
+using get_core_name_fn = const char* (*)();
 constexpr const char* set_threads_symbol = "openblas_set_num_threads";
 constexpr const char* get_threads_symbol = "openblas_get_num_threads";
+constexpr const char* get_core_name_symbol = "openblas_get_corename";
 
 void* open_library(const std::string& path) {
   // RTLD_LOCAL keeps the peer's names out of the global scope, so nothing of ours binds to them.
@@ -46,6 +49,14 @@ std::optional<int> peer_library::threads() const {
   const auto get = find<get_threads_fn>(get_threads_symbol);
   if (get == nullptr) return std::nullopt;
   return get();
+}
+
+std::optional<std::string> peer_library::kernel_target() const {
+  const auto get = find<get_core_name_fn>(get_core_name_symbol);
+  if (get == nullptr) return std::nullopt;
+  const char* name = get();
+  if (name == nullptr) return std::nullopt;
+  return std::string(name);
 }
 
 }  // namespace kovra::bench

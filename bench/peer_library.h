@@ -30,6 +30,9 @@ class peer_library {
   bool set_threads(int threads) const;
   // The peer's thread count, if it tells.
   std::optional<int> threads() const;
+  // The processor its kernels were chosen for, if it tells: a library that misreads the processor runs
+  // slower kernels than it has, and its rates mean little without this.
+  std::optional<std::string> kernel_target() const;
 
  private:
   void* address_of(const char* symbol) const;

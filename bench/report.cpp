@@ -23,20 +23,22 @@ std::string check_text(const case_result& row) {
 
 }  // namespace
 
-rate_table::rate_table(std::ostream& out, std::string peer_name, int samples)
+rate_table::rate_table(std::ostream& out, std::string peer_name, int samples, std::size_t longest_name)
     : out_(out),
+      name_width_(static_cast<int>(longest_name) + 2),
       peer_name_(std::move(peer_name)),
       peer_width_(std::max<int>(10, static_cast<int>(peer_name_.size()) + 2)) {
   out_ << "Rates, best of " << samples
-       << " samples (GB/s: bytes a call must move; GFLOPS: flops it must do)\n";
-  out_ << std::left << std::setw(8) << "case" << std::right << std::setw(11) << "n" << std::setw(8) << "unit"
+       << " samples, fewer for long calls (GB/s: bytes a call must move; GFLOPS: flops it must do;\n"
+       << "kcall/s: thousands of calls per second)\n";
+  out_ << std::left << std::setw(name_width_) << "case" << std::right << std::setw(9) << "n" << std::setw(9) << "unit"
        << std::setw(10) << "KOVRA";
   if (!peer_name_.empty()) out_ << std::setw(peer_width_) << peer_name_ << std::setw(12) << "KOVRA/peer";
   out_ << "  check" << std::endl;
 }
 
 void rate_table::add(const case_result& row) {
-  out_ << std::left << std::setw(8) << row.name << std::right << std::setw(11) << row.n << std::setw(8)
+  out_ << std::left << std::setw(name_width_) << row.name << std::right << std::setw(9) << row.n << std::setw(9)
        << row.unit << std::setw(10) << fixed(row.ours_rate, 2);
   if (!peer_name_.empty()) {
     out_ << std::setw(peer_width_) << (row.peer_rate ? fixed(*row.peer_rate, 2) : "-") << std::setw(12)

@@ -1,6 +1,7 @@
 // The tables that kovra-bench prints.
 #pragma once
 
+#include <cstddef>
 #include <ostream>
 #include <string>
 
@@ -13,11 +14,13 @@ namespace kovra::bench {
 // the outcome of the result checks. Rows print as they come, so a long run shows its progress.
 class rate_table {
  public:
-  rate_table(std::ostream& out, std::string peer_name, int samples);
+  // `longest_name`: the length of the longest case name the table will show.
+  rate_table(std::ostream& out, std::string peer_name, int samples, std::size_t longest_name);
   void add(const case_result& row);
 
  private:
   std::ostream& out_;
+  int name_width_;
   std::string peer_name_;
   int peer_width_;
 };

@@ -1,5 +1,5 @@
-// Measures one case at one size: checks KOVRA's and the peer's results against the reference loop, then
-// times each library.
+// Measures one case at one size: checks KOVRA's and the peer's results against the reference, then times
+// each library.
 #pragma once
 
 #include <optional>
@@ -16,7 +16,7 @@ struct case_result {
   std::string name;
   std::string unit;
   int n;
-  double ours_rate;                 // best sample, in units of 1e9 per second
+  double ours_rate;                 // best sample, in the case's unit
   std::optional<double> peer_rate;  // none without a peer, or if the peer lacks the routine
   verdict ours_check;
   verdict peer_check;

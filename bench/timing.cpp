@@ -1,4 +1,4 @@
-// Calibrated sampling: a warm-up call, a batch size found by doubling, then the samples.
+// Calibrated sampling: a warm-up call, a batch size found by doubling, then the samples within a time budget.
 #include "timing.h"
 
 #include <algorithm>
@@ -11,6 +11,12 @@ namespace {
 // Long enough that steady_clock's resolution and the cost of reading it vanish in a sample, short
 // enough that a run of ten samples of a fast call takes well under a second.
 constexpr double min_sample_seconds = 0.005;
+
+// Sampling stops early once the samples have taken this long, if there are at least min_long_samples of
+// them. Of ten samples it spares only calls over a fifth of a second (GEMM of size 1000 and up on two
+// cores), each one a sample long enough that no clock tick or brief stall can spoil it.
+constexpr double sampling_budget_seconds = 2.0;
+constexpr std::size_t min_long_samples = 2;
 
 double seconds_for(const std::function<void()>& call, long repeats) {
   const auto start = std::chrono::steady_clock::now();
@@ -26,11 +32,21 @@ double time_calls(const std::function<void()>& call, int samples) {
   // and sizing it by doubling warms caches and workers on the way.
   call();
   long batch = 1;
-  while (seconds_for(call, batch) < min_sample_seconds) batch *= 2;
+  double seconds = seconds_for(call, batch);
+  while (seconds < min_sample_seconds) {
+    batch *= 2;
+    seconds = seconds_for(call, batch);
+  }
 
-  std::vector<double> per_call;
-  for (int s = 0; s < std::max(samples, 1); ++s)
-    per_call.push_back(seconds_for(call, batch) / static_cast<double>(batch));
+  // The batch that settled the size is the first sample.
+  std::vector<double> per_call{seconds / static_cast<double>(batch)};
+  double spent = seconds;
+  const auto wanted = static_cast<std::size_t>(std::max(samples, 1));
+  while (per_call.size() < wanted && (per_call.size() < min_long_samples || spent < sampling_budget_seconds)) {
+    seconds = seconds_for(call, batch);
+    per_call.push_back(seconds / static_cast<double>(batch));
+    spent += seconds;
+  }
   return *std::min_element(per_call.begin(), per_call.end());
 }
 
