@@ -11,6 +11,13 @@ configure release -DCMAKE_BUILD_TYPE=Release || exit 1
 build release kovra-bench || exit 1
 
 bench=$KOVRA_ROOT/build/release/bench/kovra-bench
+
+# Under some hypervisors OpenBLAS does not recognise the processor and falls back to its SSE3 kernels,
+# which would make it a weak peer. On a host with AVX2 and FMA, ask for its AVX2 kernels unless the
+# caller chose a core type already (kovra-bench prints the target the peer runs).
+if [ -z "${OPENBLAS_CORETYPE:-}" ] && grep -qw avx2 /proc/cpuinfo && grep -qw fma /proc/cpuinfo; then
+  export OPENBLAS_CORETYPE=Haswell
+fi
 if [ $# -gt 0 ]; then
   exec "$bench" "$@"
 fi
