@@ -51,58 +51,64 @@ inline void transpose4(const float32x4_t c[4], float32x4_t r[4]) {
 // the next), B one step ahead, so the loops read up to A step k+1 and B step k; those values are never
 // used. The steps run as k mod 4 singles first, then groups of four, which alternate x and y twice and
 // so leave them in place. A is prefetched about two cache lines ahead; B panels are short and are not.
-struct tile_product {
+struct tile_accumulators {
   float32x4_t acc[nr][2];
-
-  tile_product(int k, const float* a, const float* b) {
-    for (auto& column : acc) column[0] = column[1] = vdupq_n_f32(0.0f);
-    float32x4_t x0 = load_a(a), x1 = load_a(a + 4);
-    float32x4_t y0 = load_a(a + mr), y1 = load_a(a + mr + 4);
-    float32x4_t bv = load_b(b);
-    const float* a_ahead = a + 2 * mr;  // the step that goes into the pair just used
-    const float* b_ahead = b + nr;
-
-    const int singles = k % 4;
-    for (int s = 0; s < singles; ++s) {
-      step(x0, x1, bv, a_ahead, b_ahead);
-      std::swap(x0, y0);
-      std::swap(x1, y1);
-    }
-    __builtin_prefetch(a + (singles + 1) * mr + 224 / sizeof(float));
-    __builtin_prefetch(a + (singles + 1) * mr + 352 / sizeof(float));
-    for (int p = singles; p < k; p += 4) {
-      __builtin_prefetch(a + (p + 6) * mr);
-      step(x0, x1, bv, a_ahead, b_ahead);
-      step(y0, y1, bv, a_ahead, b_ahead);
-      step(x0, x1, bv, a_ahead, b_ahead);
-      step(y0, y1, bv, a_ahead, b_ahead);
-    }
-  }
-
-  // One step with the A pair (lo, hi) and B vector bv; then lo, hi take A two steps on and bv the next
-  // B step. The broadcast of each B element sits between the multiply-adds of the previous one.
-  inline void step(float32x4_t& lo, float32x4_t& hi, float32x4_t& bv, const float*& a_ahead,
-                   const float*& b_ahead) {
-    const float32x2_t b01 = vget_low_f32(bv), b23 = vget_high_f32(bv);
-    float32x4_t bj = vdupq_lane_f32(b01, 0);
-    acc[0][0] = vfmaq_f32(acc[0][0], lo, bj);
-    acc[0][1] = vfmaq_f32(acc[0][1], hi, bj);
-    bj = vdupq_lane_f32(b01, 1);
-    acc[1][0] = vfmaq_f32(acc[1][0], lo, bj);
-    acc[1][1] = vfmaq_f32(acc[1][1], hi, bj);
-    bv = load_b(b_ahead);
-    b_ahead += nr;
-    bj = vdupq_lane_f32(b23, 0);
-    acc[2][0] = vfmaq_f32(acc[2][0], lo, bj);
-    acc[2][1] = vfmaq_f32(acc[2][1], hi, bj);
-    bj = vdupq_lane_f32(b23, 1);
-    acc[3][0] = vfmaq_f32(acc[3][0], lo, bj);
-    acc[3][1] = vfmaq_f32(acc[3][1], hi, bj);
-    lo = load_a(a_ahead);
-    hi = load_a(a_ahead + 4);
-    a_ahead += mr;
-  }
 };
+
+// One step with the A pair (lo, hi) and B vector bv; then lo, hi take A two steps on and bv the next
+// B step. The broadcast of each B element sits between the multiply-adds of the previous one.
+[[gnu::always_inline]] inline void fma_step(tile_accumulators& t, float32x4_t& lo, float32x4_t& hi, float32x4_t& bv,
+                                            const float*& a_ahead, const float*& b_ahead) {
+  const float32x2_t b01 = vget_low_f32(bv), b23 = vget_high_f32(bv);
+  float32x4_t bj = vdupq_lane_f32(b01, 0);
+  t.acc[0][0] = vfmaq_f32(t.acc[0][0], lo, bj);
+  t.acc[0][1] = vfmaq_f32(t.acc[0][1], hi, bj);
+  bj = vdupq_lane_f32(b01, 1);
+  t.acc[1][0] = vfmaq_f32(t.acc[1][0], lo, bj);
+  t.acc[1][1] = vfmaq_f32(t.acc[1][1], hi, bj);
+  bv = load_b(b_ahead);
+  b_ahead += nr;
+  bj = vdupq_lane_f32(b23, 0);
+  t.acc[2][0] = vfmaq_f32(t.acc[2][0], lo, bj);
+  t.acc[2][1] = vfmaq_f32(t.acc[2][1], hi, bj);
+  bj = vdupq_lane_f32(b23, 1);
+  t.acc[3][0] = vfmaq_f32(t.acc[3][0], lo, bj);
+  t.acc[3][1] = vfmaq_f32(t.acc[3][1], hi, bj);
+  lo = load_a(a_ahead);
+  hi = load_a(a_ahead + 4);
+  a_ahead += mr;
+}
+
+// Inlined into each micro kernel, so that the accumulators never leave the registers.
+[[gnu::always_inline]] inline tile_accumulators tile_product(int k, const float* a, const float* b) {
+  const float32x4_t zero = vdupq_n_f32(0.0f);
+  tile_accumulators t{{{zero, zero}, {zero, zero}, {zero, zero}, {zero, zero}}};
+  float32x4_t x0 = load_a(a), x1 = load_a(a + 4);
+  float32x4_t y0 = load_a(a + mr), y1 = load_a(a + mr + 4);
+  float32x4_t bv = load_b(b);
+  const float* a_ahead = a + 2 * mr;  // the step that goes into the pair just used
+  const float* b_ahead = b + nr;
+
+  const int singles = k % 4;
+  // Unrolled by hand so that the pairs trade roles without register moves.
+  if (singles >= 1) fma_step(t, x0, x1, bv, a_ahead, b_ahead);
+  if (singles >= 2) fma_step(t, y0, y1, bv, a_ahead, b_ahead);
+  if (singles >= 3) fma_step(t, x0, x1, bv, a_ahead, b_ahead);
+  if (singles % 2 == 1) {
+    std::swap(x0, y0);
+    std::swap(x1, y1);
+  }
+  __builtin_prefetch(a + (singles + 1) * mr + 224 / sizeof(float));
+  __builtin_prefetch(a + (singles + 1) * mr + 352 / sizeof(float));
+  for (int p = singles; p < k; p += 4) {
+    __builtin_prefetch(a + (p + 6) * mr);
+    fma_step(t, x0, x1, bv, a_ahead, b_ahead);
+    fma_step(t, y0, y1, bv, a_ahead, b_ahead);
+    fma_step(t, x0, x1, bv, a_ahead, b_ahead);
+    fma_step(t, y0, y1, bv, a_ahead, b_ahead);
+  }
+  return t;
+}
 
 }  // namespace
 
@@ -167,7 +173,7 @@ void kernel_neon_fma_scalar<float>::micro_kernel(const float* alpha, int k, cons
                                                  int ldc, bool clear) const {
   if (!clear)
     for (int j = 0; j < nr; ++j) __builtin_prefetch(c + j * ldc);
-  const tile_product t(k, a, b);
+  const tile_accumulators t = tile_product(k, a, b);
   const float32x4_t al = vdupq_n_f32(*alpha);
   for (int j = 0; j < nr; ++j) {
     float* cj = c + j * ldc;
@@ -187,7 +193,7 @@ void kernel_neon_fma_scalar<float>::micro_kernel_t(int k, const float* a, const 
                                                    bool clear) const {
   if (!clear)
     for (int i = 0; i < 4; ++i) __builtin_prefetch(c + i * ldc);
-  const tile_product t(k, a, b);
+  const tile_accumulators t = tile_product(k, a, b);
   for (int h = 0; h < 2; ++h) {
     const float32x4_t columns[4] = {t.acc[0][h], t.acc[1][h], t.acc[2][h], t.acc[3][h]};
     float32x4_t rows[4];
