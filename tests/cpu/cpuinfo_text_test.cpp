@@ -41,13 +41,6 @@ TEST(has_word, MatchesWholeWordsOnly) {
   EXPECT_FALSE(has_word("ARMv7 Processor rev 3 (v7l)", "(v6l)"));
 }
 
-TEST(has_word, FeatureWordsGiveTheirCapabilityBits) {
-  EXPECT_EQ(hwcap_from_words("vfpv3d16"), hwcap::vfpv3d16);
-  EXPECT_EQ(hwcap_from_words("idiv"), hwcap::idiva | hwcap::idivt);
-  EXPECT_EQ(hwcap_from_words("swp half thumb fastmult vfp edsp iwmmxt"), hwcap::vfp | hwcap::iwmmxt);
-  EXPECT_EQ(hwcap_from_words("vfpv3x neonx"), 0u);
-}
-
 TEST(processor_count, PresentAndPossibleLists) {
   struct {
     const char *present, *possible;

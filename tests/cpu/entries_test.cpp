@@ -25,7 +25,7 @@ namespace {
     }                                                                  \
   } while (0)
 
-TEST(cpu_entries, SetCpuBeforeAnyGetterSupplyTheResults) {
+TEST(cpu_entries, SetCpuBeforeAnyGetterSuppliesTheResults) {
   EXPECT_EXIT(
       {
         CHILD_CHECK(android_setCpu(0, ARM_FEATURE_NEON) == 1);
