@@ -1,0 +1,143 @@
+// kernel_neon_fma_scalar<double>: unrolled packers, a register-resident 4 by 4 micro kernel and vector
+// kernels in pairs. ARMv7 NEON has no double lanes, so the arithmetic runs on the VFP unit, whose
+// VFPv4 fused multiply-add this file is built for; reached only on processors that report it.
+#include <cstring>
+#include <memory>
+
+#include "kernels/neon/kernel_neon_fma_scalar.h"
+
+#if !defined(__ARM_FEATURE_FMA)
+#error "this file needs the VFPv4 fused multiply-add (-mfpu=neon-vfpv4), see src/CMakeLists.txt"
+#endif
+
+namespace kovra::kernels {
+namespace {
+
+constexpr int mr = 4;
+constexpr int nr = 4;
+static_assert(fma_scalar_blocking<double>::value.tile_m == mr && fma_scalar_blocking<double>::value.tile_n == nr);
+// Sixteen accumulators and two A steps take 24 of the 32 double registers, leaving room for B.
+static_assert(mr * nr + 2 * mr <= 32);
+
+// A 4 by 4 block loaded whole from the source before any of it is stored.
+struct block4 {
+  double v[4][4];
+  block4(const double* src, int ld) {
+#pragma GCC unroll 16
+    for (int s = 0; s < 16; ++s) v[s / 4][s % 4] = src[(s / 4) * ld + s % 4];
+  }
+  void store(double* dst) const {
+#pragma GCC unroll 16
+    for (int s = 0; s < 16; ++s) dst[s] = v[s / 4][s % 4];
+  }
+  void store_transposed(double* dst) const {
+#pragma GCC unroll 16
+    for (int s = 0; s < 16; ++s) dst[s] = v[s % 4][s / 4];
+  }
+};
+
+inline void fma_step(double acc[nr][mr], const double a[mr], const double* b) {
+#pragma GCC unroll 4
+  for (int j = 0; j < nr; ++j) {
+    // B is read one element at a time, as each column of the tile starts.
+    const double bj = b[j];
+#pragma GCC unroll 4
+    for (int i = 0; i < mr; ++i) acc[j][i] = __builtin_fma(a[i], bj, acc[j][i]);
+  }
+}
+
+inline void load_step(double a[mr], const double* src) {
+#pragma GCC unroll 4
+  for (int i = 0; i < mr; ++i) a[i] = src[i];
+}
+
+}  // namespace
+
+// Packers: the bytes of the default bodies, all sixteen source elements loaded before the first store.
+// pack_a and pack_b_trans copy 4 source columns of 4; pack_a_trans and pack_b transpose them.
+void kernel_neon_fma_scalar<double>::pack_a(const double* src, int ld, double* dst) const {
+  block4(src, ld).store(dst);
+}
+void kernel_neon_fma_scalar<double>::pack_a_trans(const double* src, int ld, double* dst) const {
+  block4(src, ld).store_transposed(dst);
+}
+void kernel_neon_fma_scalar<double>::pack_b_trans(const double* src, int ld, double* dst) const {
+  block4(src, ld).store(dst);
+}
+void kernel_neon_fma_scalar<double>::pack_b(const double* src, int ld, double* dst) const {
+  block4(src, ld).store_transposed(dst);
+}
+
+// C (columns ldc apart) = alpha * A_panel * B_panel, or C + that. Sixteen scalar accumulators start
+// from +0 and take acc[j][i] = fma(a_i, b_j, acc[j][i]) per step; A runs one step ahead in two
+// quadruples of registers, so A step k is read and not used. Steps run as k mod 4 singles, then groups
+// of four. At the end C = fma(acc, alpha, C), or acc * alpha with no read of C when clear is set.
+void kernel_neon_fma_scalar<double>::micro_kernel(const double* alpha, int k, const double* a, const double* b,
+                                                  double* c, int ldc, bool clear) const {
+  double acc[nr][mr] = {};
+  double x[mr], y[mr];
+  load_step(x, a);
+  const double* a_ahead = a + mr;
+  const int singles = k % 4;
+  for (int p = 0; p < singles; ++p) {
+    load_step(y, a_ahead);
+    a_ahead += mr;
+    fma_step(acc, x, b + p * nr);
+    std::memcpy(x, y, sizeof x);
+  }
+  for (int p = singles; p < k; p += 4) {
+#pragma GCC unroll 2
+    for (int half = 0; half < 2; ++half) {
+      load_step(y, a_ahead);
+      fma_step(acc, x, b + (p + 2 * half) * nr);
+      load_step(x, a_ahead + mr);
+      fma_step(acc, y, b + (p + 2 * half + 1) * nr);
+      a_ahead += 2 * mr;
+    }
+  }
+  const double al = *alpha;
+  for (int j = 0; j < nr; ++j) {
+    double* cj = c + j * ldc;
+    for (int i = 0; i < mr; ++i) cj[i] = clear ? acc[j][i] * al : __builtin_fma(acc[j][i], al, cj[i]);
+  }
+}
+
+// y = fma(alpha, x, y) in pairs, then the last element.
+void kernel_neon_fma_scalar<double>::axpy_kernel(int n, const double* alpha, const double* x, double* y) const {
+  if (n < 1) return;
+  const double al = *alpha;
+  const int n_by2 = n / 2 * 2;
+  int i = 0;
+  for (; i < n_by2; i += 2) {
+    const double x0 = x[i], x1 = x[i + 1], y0 = y[i], y1 = y[i + 1];
+    y[i] = __builtin_fma(al, x0, y0);
+    y[i + 1] = __builtin_fma(al, x1, y1);
+  }
+  if (i < n) y[i] = __builtin_fma(al, x[i], y[i]);
+}
+
+// x = x * alpha in pairs, then the last element; alpha zero stores zeros without reading x.
+void kernel_neon_fma_scalar<double>::scal_kernel(int n, const double* alpha, double* x) const {
+  if (n < 1) return;
+  const double al = *alpha;
+  const int n_by2 = n / 2 * 2;
+  int i = 0;
+  if (al == 0.0) {
+    for (; i < n_by2; i += 2) x[i] = x[i + 1] = 0.0;
+    if (i < n) std::memset(x + i, 0, sizeof(double));
+    return;
+  }
+  for (; i < n_by2; i += 2) {
+    const double x0 = x[i], x1 = x[i + 1];
+    x[i] = x0 * al;
+    x[i + 1] = x1 * al;
+  }
+  if (i < n) x[i] = x[i] * al;
+}
+
+template <> std::shared_ptr<kernel_object<double>> make_kernel_neon_fma_scalar<double>() {
+  constexpr kernel_blocking numbers = fma_scalar_blocking<double>::value;
+  return std::make_shared<kernel_neon_fma_scalar<double>>(numbers.block_m, numbers.block_n, numbers.block_k);
+}
+
+}  // namespace kovra::kernels
