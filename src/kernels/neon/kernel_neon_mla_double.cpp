@@ -1,0 +1,117 @@
+// kernel_neon_mla<double>: unrolled packers, a register-resident 4 by 4 micro kernel and vector kernels
+// in pairs, with the product rounded before it is added. ARMv7 NEON has no double lanes, so the
+// arithmetic runs on the VFP unit; built for the NEON baseline, it runs on every ARMv7 NEON core.
+#include "kernels/neon/kernel_neon_mla.h"
+
+#if KOVRA_ARM32
+
+#include <cmath>
+#include <cstring>
+#include <memory>
+
+#include "kernels/neon/neon_real_bodies.h"
+
+#if defined(__ARM_FEATURE_FMA)
+#error "this file must keep the NEON baseline: it runs on cores without VFPv4, see src/CMakeLists.txt"
+#endif
+
+namespace kovra::kernels {
+namespace {
+
+constexpr int mr = 4;
+constexpr int nr = 4;
+static_assert(mla_blocking<double>::value.tile_m == mr && mla_blocking<double>::value.tile_n == nr);
+// Sixteen accumulators and two A steps take 24 of the 32 double registers, leaving room for B.
+static_assert(mr * nr + 2 * mr <= 32);
+
+// acc[j][i] += a_i * b_j, the product rounded on its own.
+inline void mla_step(double acc[nr][mr], const double a[mr], const double* b) {
+#pragma GCC unroll 4
+  for (int j = 0; j < nr; ++j) {
+    // B is read one element at a time, as each column of the tile starts.
+    const double bj = b[j];
+#pragma GCC unroll 4
+    for (int i = 0; i < mr; ++i) acc[j][i] += a[i] * bj;
+  }
+}
+
+inline void load_step(double a[mr], const double* src) {
+#pragma GCC unroll 4
+  for (int i = 0; i < mr; ++i) a[i] = src[i];
+}
+
+}  // namespace
+
+void kernel_neon_mla<double>::pack_a(const double* src, int ld, double* dst) const {
+  neon_real::block4(src, ld).store(dst);
+}
+void kernel_neon_mla<double>::pack_a_trans(const double* src, int ld, double* dst) const {
+  neon_real::block4(src, ld).store_transposed(dst);
+}
+void kernel_neon_mla<double>::pack_b_trans(const double* src, int ld, double* dst) const {
+  neon_real::block4(src, ld).store(dst);
+}
+void kernel_neon_mla<double>::pack_b(const double* src, int ld, double* dst) const {
+  neon_real::block4(src, ld).store_transposed(dst);
+}
+
+// C (columns ldc apart) = alpha * A_panel * B_panel, or C + alpha * that. Sixteen scalar accumulators
+// start from +0 and take acc[j][i] += a_i * b_j per step; A runs one step ahead in two quadruples of
+// registers, so A step k is read and not used. Steps run as k mod 4 singles, then groups of four. At
+// the end C = C + acc * alpha, or acc * alpha with no read of C when clear is set.
+void kernel_neon_mla<double>::micro_kernel(const double* alpha, int k, const double* a, const double* b, double* c,
+                                           int ldc, bool clear) const {
+  double acc[nr][mr] = {};
+  double x[mr], y[mr];
+  load_step(x, a);
+  const double* a_ahead = a + mr;
+  const int singles = k % 4;
+  for (int p = 0; p < singles; ++p) {
+    load_step(y, a_ahead);
+    a_ahead += mr;
+    mla_step(acc, x, b + p * nr);
+    std::memcpy(x, y, sizeof x);
+  }
+  for (int p = singles; p < k; p += 4) {
+#pragma GCC unroll 2
+    for (int half = 0; half < 2; ++half) {
+      load_step(y, a_ahead);
+      mla_step(acc, x, b + (p + 2 * half) * nr);
+      load_step(x, a_ahead + mr);
+      mla_step(acc, y, b + (p + 2 * half + 1) * nr);
+      a_ahead += 2 * mr;
+    }
+  }
+  const double al = *alpha;
+  for (int j = 0; j < nr; ++j) {
+    double* cj = c + j * ldc;
+    for (int i = 0; i < mr; ++i) cj[i] = clear ? acc[j][i] * al : cj[i] + acc[j][i] * al;
+  }
+}
+
+// y = y + alpha * x (product rounded) in pairs, then the last element with a fused multiply-add.
+void kernel_neon_mla<double>::axpy_kernel(int n, const double* alpha, const double* x, double* y) const {
+  if (n < 1) return;
+  const double al = *alpha;
+  const int n_by2 = n / 2 * 2;
+  int i = 0;
+  for (; i < n_by2; i += 2) {
+    const double x0 = x[i], x1 = x[i + 1], y0 = y[i], y1 = y[i + 1];
+    y[i] = y0 + al * x0;
+    y[i + 1] = y1 + al * x1;
+  }
+  if (i < n) y[i] = std::fma(al, x[i], y[i]);
+}
+
+void kernel_neon_mla<double>::scal_kernel(int n, const double* alpha, double* x) const {
+  neon_real::scal_double(n, *alpha, x);
+}
+
+template <> std::shared_ptr<kernel_object<double>> make_kernel_neon_mla<double>() {
+  constexpr kernel_blocking numbers = mla_blocking<double>::value;
+  return std::make_shared<kernel_neon_mla<double>>(numbers.block_m, numbers.block_n, numbers.block_k);
+}
+
+}  // namespace kovra::kernels
+
+#endif  // KOVRA_ARM32
