@@ -5,6 +5,7 @@
 #include <memory>
 
 #include "kernels/neon/kernel_neon_fma_scalar.h"
+#include "kernels/neon/neon_real_bodies.h"
 
 #if !defined(__ARM_FEATURE_FMA)
 #error "this file needs the VFPv4 fused multiply-add (-mfpu=neon-vfpv4), see src/CMakeLists.txt"
@@ -18,23 +19,6 @@ constexpr int nr = 4;
 static_assert(fma_scalar_blocking<double>::value.tile_m == mr && fma_scalar_blocking<double>::value.tile_n == nr);
 // Sixteen accumulators and two A steps take 24 of the 32 double registers, leaving room for B.
 static_assert(mr * nr + 2 * mr <= 32);
-
-// A 4 by 4 block loaded whole from the source before any of it is stored.
-struct block4 {
-  double v[4][4];
-  block4(const double* src, int ld) {
-#pragma GCC unroll 16
-    for (int s = 0; s < 16; ++s) v[s / 4][s % 4] = src[(s / 4) * ld + s % 4];
-  }
-  void store(double* dst) const {
-#pragma GCC unroll 16
-    for (int s = 0; s < 16; ++s) dst[s] = v[s / 4][s % 4];
-  }
-  void store_transposed(double* dst) const {
-#pragma GCC unroll 16
-    for (int s = 0; s < 16; ++s) dst[s] = v[s % 4][s / 4];
-  }
-};
 
 inline void fma_step(double acc[nr][mr], const double a[mr], const double* b) {
 #pragma GCC unroll 4
@@ -53,19 +37,17 @@ inline void load_step(double a[mr], const double* src) {
 
 }  // namespace
 
-// Packers: the bytes of the default bodies, all sixteen source elements loaded before the first store.
-// pack_a and pack_b_trans copy 4 source columns of 4; pack_a_trans and pack_b transpose them.
 void kernel_neon_fma_scalar<double>::pack_a(const double* src, int ld, double* dst) const {
-  block4(src, ld).store(dst);
+  neon_real::block4(src, ld).store(dst);
 }
 void kernel_neon_fma_scalar<double>::pack_a_trans(const double* src, int ld, double* dst) const {
-  block4(src, ld).store_transposed(dst);
+  neon_real::block4(src, ld).store_transposed(dst);
 }
 void kernel_neon_fma_scalar<double>::pack_b_trans(const double* src, int ld, double* dst) const {
-  block4(src, ld).store(dst);
+  neon_real::block4(src, ld).store(dst);
 }
 void kernel_neon_fma_scalar<double>::pack_b(const double* src, int ld, double* dst) const {
-  block4(src, ld).store_transposed(dst);
+  neon_real::block4(src, ld).store_transposed(dst);
 }
 
 // C (columns ldc apart) = alpha * A_panel * B_panel, or C + that. Sixteen scalar accumulators start
@@ -116,23 +98,8 @@ void kernel_neon_fma_scalar<double>::axpy_kernel(int n, const double* alpha, con
   if (i < n) y[i] = __builtin_fma(al, x[i], y[i]);
 }
 
-// x = x * alpha in pairs, then the last element; alpha zero stores zeros without reading x.
 void kernel_neon_fma_scalar<double>::scal_kernel(int n, const double* alpha, double* x) const {
-  if (n < 1) return;
-  const double al = *alpha;
-  const int n_by2 = n / 2 * 2;
-  int i = 0;
-  if (al == 0.0) {
-    for (; i < n_by2; i += 2) x[i] = x[i + 1] = 0.0;
-    if (i < n) std::memset(x + i, 0, sizeof(double));
-    return;
-  }
-  for (; i < n_by2; i += 2) {
-    const double x0 = x[i], x1 = x[i + 1];
-    x[i] = x0 * al;
-    x[i + 1] = x1 * al;
-  }
-  if (i < n) x[i] = x[i] * al;
+  neon_real::scal_double(n, *alpha, x);
 }
 
 template <> std::shared_ptr<kernel_object<double>> make_kernel_neon_fma_scalar<double>() {
