@@ -4,7 +4,6 @@
 
 #include <cstring>
 #include <memory>
-#include <utility>
 
 #include "kernels/neon/kernel_neon_fma_scalar.h"
 
@@ -22,15 +21,6 @@ static_assert(sizeof(float32x4_t) == 4 * sizeof(float), "a B step is one quad re
 // Panel alignment: one A step is 32 bytes and one B step 16, so aligned panels stay aligned step by step.
 static_assert(mr * sizeof(float) == 32 && nr * sizeof(float) == 16);
 
-// Loads that tell the compiler the panel's alignment, so that the alignment hint of the instruction
-// holds it to the contract.
-inline float32x4_t load_a(const float* p) {
-  return vld1q_f32(static_cast<const float*>(__builtin_assume_aligned(p, 32)));
-}
-inline float32x4_t load_b(const float* p) {
-  return vld1q_f32(static_cast<const float*>(__builtin_assume_aligned(p, 16)));
-}
-
 // Rows of a 4 by 4 block given by its columns (or columns given by rows): r[i] lane j = c[j] lane i.
 inline void transpose4(const float32x4_t c[4], float32x4_t r[4]) {
   const float32x4x2_t t01 = vtrnq_f32(c[0], c[1]);
@@ -43,71 +33,145 @@ inline void transpose4(const float32x4_t c[4], float32x4_t r[4]) {
 
 // The tile product shared by micro_kernel and micro_kernel_t, without alpha and without C.
 //
-// acc[j][h] holds column j of the 8 by 4 product, rows 0-3 (h = 0) and 4-7 (h = 1): eight quad
-// registers. One step is four broadcasts of the B elements and eight fused multiply-adds,
-// acc[j][h] = fma(a[h], b_j, acc[j][h]) lane by lane, each element starting from +0.
+// c<j>_lo and c<j>_hi hold column j of the 8 by 4 product, rows 0-3 and 4-7: eight quad registers.
+// One step is four broadcasts of the B elements and eight fused multiply-adds,
+// c<j>_<h> = fma(a_<h>, b_j, c<j>_<h>) lane by lane, each element starting from +0. The broadcast of
+// each B element sits between the multiply-adds of the previous one.
 //
-// Read-ahead: A runs two steps ahead in two alternating register pairs (x holds the current step, y
-// the next), B one step ahead, so the loops read up to A step k+1 and B step k; those values are never
-// used. The steps run as k mod 4 singles first, then groups of four, which alternate x and y twice and
-// so leave them in place. A is prefetched about two cache lines ahead; B panels are short and are not.
+// Read-ahead: A runs two steps ahead in two register pairs, x (q8, q9) holding the current step and
+// y (q10, q11) the next, B one step ahead in q12, so the loops read up to A step k+1 and B step k;
+// those values are never used. Each step refills the pair it used with A two steps on. The steps run
+// as k mod 4 singles first, each followed by a swap of the pairs, then groups of four, which use x, y,
+// x, y and so leave them in place. A is prefetched about two cache lines ahead: past step
+// k mod 4 + 1 once, then step p + 6 at the head of the group starting at step p, which is 128 bytes
+// past the step about to be loaded. B panels are short and are not prefetched.
+//
+// Written as assembly because the register assignment is the point: eight accumulators, two pairs of
+// A, the B step and two broadcasts (q13, q14) take fifteen of the sixteen quad registers, and with
+// intrinsics GCC's scheduler hoists the loads and broadcasts of the next steps until they no longer
+// fit, so accumulators went to the stack in every group.
 struct tile_accumulators {
-  float32x4_t acc[nr][2];
+  float32x4_t c0_lo, c0_hi, c1_lo, c1_hi, c2_lo, c2_hi, c3_lo, c3_hi;
 };
 
-// One step with the A pair (lo, hi) and B vector bv; then lo, hi take A two steps on and bv the next
-// B step. The broadcast of each B element sits between the multiply-adds of the previous one.
-[[gnu::always_inline]] inline void fma_step(tile_accumulators& t, float32x4_t& lo, float32x4_t& hi, float32x4_t& bv,
-                                            const float*& a_ahead, const float*& b_ahead) {
-  const float32x2_t b01 = vget_low_f32(bv), b23 = vget_high_f32(bv);
-  float32x4_t bj = vdupq_lane_f32(b01, 0);
-  t.acc[0][0] = vfmaq_f32(t.acc[0][0], lo, bj);
-  t.acc[0][1] = vfmaq_f32(t.acc[0][1], hi, bj);
-  bj = vdupq_lane_f32(b01, 1);
-  t.acc[1][0] = vfmaq_f32(t.acc[1][0], lo, bj);
-  t.acc[1][1] = vfmaq_f32(t.acc[1][1], hi, bj);
-  bv = load_b(b_ahead);
-  b_ahead += nr;
-  bj = vdupq_lane_f32(b23, 0);
-  t.acc[2][0] = vfmaq_f32(t.acc[2][0], lo, bj);
-  t.acc[2][1] = vfmaq_f32(t.acc[2][1], hi, bj);
-  bj = vdupq_lane_f32(b23, 1);
-  t.acc[3][0] = vfmaq_f32(t.acc[3][0], lo, bj);
-  t.acc[3][1] = vfmaq_f32(t.acc[3][1], hi, bj);
-  lo = load_a(a_ahead);
-  hi = load_a(a_ahead + 4);
-  a_ahead += mr;
-}
-
-// Inlined into each micro kernel, so that the accumulators never leave the registers.
 [[gnu::always_inline]] inline tile_accumulators tile_product(int k, const float* a, const float* b) {
-  const float32x4_t zero = vdupq_n_f32(0.0f);
-  tile_accumulators t{{{zero, zero}, {zero, zero}, {zero, zero}, {zero, zero}}};
-  float32x4_t x0 = load_a(a), x1 = load_a(a + 4);
-  float32x4_t y0 = load_a(a + mr), y1 = load_a(a + mr + 4);
-  float32x4_t bv = load_b(b);
-  const float* a_ahead = a + 2 * mr;  // the step that goes into the pair just used
-  const float* b_ahead = b + nr;
-
-  const int singles = k % 4;
-  // Unrolled by hand so that the pairs trade roles without register moves.
-  if (singles >= 1) fma_step(t, x0, x1, bv, a_ahead, b_ahead);
-  if (singles >= 2) fma_step(t, y0, y1, bv, a_ahead, b_ahead);
-  if (singles >= 3) fma_step(t, x0, x1, bv, a_ahead, b_ahead);
-  if (singles % 2 == 1) {
-    std::swap(x0, y0);
-    std::swap(x1, y1);
-  }
-  __builtin_prefetch(a + (singles + 1) * mr + 224 / sizeof(float));
-  __builtin_prefetch(a + (singles + 1) * mr + 352 / sizeof(float));
-  for (int p = singles; p < k; p += 4) {
-    __builtin_prefetch(a + (p + 6) * mr);
-    fma_step(t, x0, x1, bv, a_ahead, b_ahead);
-    fma_step(t, y0, y1, bv, a_ahead, b_ahead);
-    fma_step(t, x0, x1, bv, a_ahead, b_ahead);
-    fma_step(t, y0, y1, bv, a_ahead, b_ahead);
-  }
-  return t;
+  float32x4_t c0_lo, c0_hi, c1_lo, c1_hi, c2_lo, c2_hi, c3_lo, c3_hi;
+  int singles = k % 4;  // truncating: k below 1 gives none, and no groups either
+  int groups = k > 0 ? k / 4 : 0;
+  asm(
+      "    vmov.i32  %q[c0l], #0\n"
+      "    vmov.i32  %q[c0h], #0\n"
+      "    vmov.i32  %q[c1l], #0\n"
+      "    vmov.i32  %q[c1h], #0\n"
+      "    vmov.i32  %q[c2l], #0\n"
+      "    vmov.i32  %q[c2h], #0\n"
+      "    vmov.i32  %q[c3l], #0\n"
+      "    vmov.i32  %q[c3h], #0\n"
+      "    vld1.32   {d16-d17}, [%[a]:128]!\n"
+      "    vld1.32   {d18-d19}, [%[a]:128]!\n"
+      "    vld1.32   {d20-d21}, [%[a]:128]!\n"
+      "    vld1.32   {d22-d23}, [%[a]:128]!\n"
+      "    vld1.32   {d24-d25}, [%[b]:128]!\n"
+      "    subs      %[singles], %[singles], #1\n"
+      "    blt       1f\n"
+      "0:  @ single steps, the pairs swapped after each\n"
+      "    vdup.32   q13, d24[0]\n"
+      "    vfma.f32  %q[c0l], q8, q13\n"
+      "    vdup.32   q14, d24[1]\n"
+      "    vfma.f32  %q[c0h], q9, q13\n"
+      "    vfma.f32  %q[c1l], q8, q14\n"
+      "    vdup.32   q13, d25[0]\n"
+      "    vfma.f32  %q[c1h], q9, q14\n"
+      "    vfma.f32  %q[c2l], q8, q13\n"
+      "    vdup.32   q14, d25[1]\n"
+      "    vfma.f32  %q[c2h], q9, q13\n"
+      "    vld1.32   {d24-d25}, [%[b]:128]!\n"
+      "    vfma.f32  %q[c3l], q8, q14\n"
+      "    vld1.32   {d16-d17}, [%[a]:128]!\n"
+      "    vfma.f32  %q[c3h], q9, q14\n"
+      "    vld1.32   {d18-d19}, [%[a]:128]!\n"
+      "    vswp      q8, q10\n"
+      "    vswp      q9, q11\n"
+      "    subs      %[singles], %[singles], #1\n"
+      "    bge       0b\n"
+      "1:  @ prefetch past step k mod 4 + 1\n"
+      "    pld       [%[a], #192]\n"
+      "    pld       [%[a], #320]\n"
+      "    cmp       %[groups], #0\n"
+      "    ble       3f\n"
+      "2:  @ groups of four steps: x, y, x, y\n"
+      "    pld       [%[a], #128]\n"
+      "    vdup.32   q13, d24[0]\n"
+      "    vfma.f32  %q[c0l], q8, q13\n"
+      "    vdup.32   q14, d24[1]\n"
+      "    vfma.f32  %q[c0h], q9, q13\n"
+      "    vfma.f32  %q[c1l], q8, q14\n"
+      "    vdup.32   q13, d25[0]\n"
+      "    vfma.f32  %q[c1h], q9, q14\n"
+      "    vfma.f32  %q[c2l], q8, q13\n"
+      "    vdup.32   q14, d25[1]\n"
+      "    vfma.f32  %q[c2h], q9, q13\n"
+      "    vld1.32   {d24-d25}, [%[b]:128]!\n"
+      "    vfma.f32  %q[c3l], q8, q14\n"
+      "    vld1.32   {d16-d17}, [%[a]:128]!\n"
+      "    vfma.f32  %q[c3h], q9, q14\n"
+      "    vld1.32   {d18-d19}, [%[a]:128]!\n"
+      "    vdup.32   q13, d24[0]\n"
+      "    vfma.f32  %q[c0l], q10, q13\n"
+      "    vdup.32   q14, d24[1]\n"
+      "    vfma.f32  %q[c0h], q11, q13\n"
+      "    vfma.f32  %q[c1l], q10, q14\n"
+      "    vdup.32   q13, d25[0]\n"
+      "    vfma.f32  %q[c1h], q11, q14\n"
+      "    vfma.f32  %q[c2l], q10, q13\n"
+      "    vdup.32   q14, d25[1]\n"
+      "    vfma.f32  %q[c2h], q11, q13\n"
+      "    vld1.32   {d24-d25}, [%[b]:128]!\n"
+      "    vfma.f32  %q[c3l], q10, q14\n"
+      "    vld1.32   {d20-d21}, [%[a]:128]!\n"
+      "    vfma.f32  %q[c3h], q11, q14\n"
+      "    vld1.32   {d22-d23}, [%[a]:128]!\n"
+      "    vdup.32   q13, d24[0]\n"
+      "    vfma.f32  %q[c0l], q8, q13\n"
+      "    vdup.32   q14, d24[1]\n"
+      "    vfma.f32  %q[c0h], q9, q13\n"
+      "    vfma.f32  %q[c1l], q8, q14\n"
+      "    vdup.32   q13, d25[0]\n"
+      "    vfma.f32  %q[c1h], q9, q14\n"
+      "    vfma.f32  %q[c2l], q8, q13\n"
+      "    vdup.32   q14, d25[1]\n"
+      "    vfma.f32  %q[c2h], q9, q13\n"
+      "    vld1.32   {d24-d25}, [%[b]:128]!\n"
+      "    vfma.f32  %q[c3l], q8, q14\n"
+      "    vld1.32   {d16-d17}, [%[a]:128]!\n"
+      "    vfma.f32  %q[c3h], q9, q14\n"
+      "    vld1.32   {d18-d19}, [%[a]:128]!\n"
+      "    vdup.32   q13, d24[0]\n"
+      "    vfma.f32  %q[c0l], q10, q13\n"
+      "    vdup.32   q14, d24[1]\n"
+      "    vfma.f32  %q[c0h], q11, q13\n"
+      "    vfma.f32  %q[c1l], q10, q14\n"
+      "    vdup.32   q13, d25[0]\n"
+      "    vfma.f32  %q[c1h], q11, q14\n"
+      "    vfma.f32  %q[c2l], q10, q13\n"
+      "    vdup.32   q14, d25[1]\n"
+      "    vfma.f32  %q[c2h], q11, q13\n"
+      "    vld1.32   {d24-d25}, [%[b]:128]!\n"
+      "    vfma.f32  %q[c3l], q10, q14\n"
+      "    vld1.32   {d20-d21}, [%[a]:128]!\n"
+      "    vfma.f32  %q[c3h], q11, q14\n"
+      "    vld1.32   {d22-d23}, [%[a]:128]!\n"
+      "    subs      %[groups], %[groups], #1\n"
+      "    bne       2b\n"
+      "3:\n"
+      : [c0l] "=&w"(c0_lo), [c0h] "=&w"(c0_hi), [c1l] "=&w"(c1_lo), [c1h] "=&w"(c1_hi), [c2l] "=&w"(c2_lo),
+        [c2h] "=&w"(c2_hi), [c3l] "=&w"(c3_lo), [c3h] "=&w"(c3_hi), [a] "+r"(a),
+        [b] "+r"(b), [singles] "+r"(singles), [groups] "+r"(groups)
+      :
+      // The panel reads, of lengths the operands cannot spell, are covered by the memory clobber.
+      : "d16", "d17", "d18", "d19", "d20", "d21", "d22", "d23", "d24", "d25", "d26", "d27", "d28", "d29", "cc",
+        "memory");
+  return {c0_lo, c0_hi, c1_lo, c1_hi, c2_lo, c2_hi, c3_lo, c3_hi};
 }
 
 }  // namespace
@@ -175,16 +239,19 @@ void kernel_neon_fma_scalar<float>::micro_kernel(const float* alpha, int k, cons
     for (int j = 0; j < nr; ++j) __builtin_prefetch(c + j * ldc);
   const tile_accumulators t = tile_product(k, a, b);
   const float32x4_t al = vdupq_n_f32(*alpha);
-  for (int j = 0; j < nr; ++j) {
-    float* cj = c + j * ldc;
+  const auto update = [&](float* cj, float32x4_t lo, float32x4_t hi) {
     if (clear) {
-      vst1q_f32(cj, vmulq_f32(al, t.acc[j][0]));
-      vst1q_f32(cj + 4, vmulq_f32(al, t.acc[j][1]));
+      vst1q_f32(cj, vmulq_f32(al, lo));
+      vst1q_f32(cj + 4, vmulq_f32(al, hi));
     } else {
-      vst1q_f32(cj, vfmaq_f32(vld1q_f32(cj), al, t.acc[j][0]));
-      vst1q_f32(cj + 4, vfmaq_f32(vld1q_f32(cj + 4), al, t.acc[j][1]));
+      vst1q_f32(cj, vfmaq_f32(vld1q_f32(cj), al, lo));
+      vst1q_f32(cj + 4, vfmaq_f32(vld1q_f32(cj + 4), al, hi));
     }
-  }
+  };
+  update(c, t.c0_lo, t.c0_hi);
+  update(c + ldc, t.c1_lo, t.c1_hi);
+  update(c + 2 * ldc, t.c2_lo, t.c2_hi);
+  update(c + 3 * ldc, t.c3_lo, t.c3_hi);
 }
 
 // The same product without alpha, a of height 8 and b of width 4, stored by rows: row i of the tile,
@@ -194,10 +261,10 @@ void kernel_neon_fma_scalar<float>::micro_kernel_t(int k, const float* a, const 
   if (!clear)
     for (int i = 0; i < 4; ++i) __builtin_prefetch(c + i * ldc);
   const tile_accumulators t = tile_product(k, a, b);
+  const float32x4_t halves[2][4] = {{t.c0_lo, t.c1_lo, t.c2_lo, t.c3_lo}, {t.c0_hi, t.c1_hi, t.c2_hi, t.c3_hi}};
   for (int h = 0; h < 2; ++h) {
-    const float32x4_t columns[4] = {t.acc[0][h], t.acc[1][h], t.acc[2][h], t.acc[3][h]};
     float32x4_t rows[4];
-    transpose4(columns, rows);
+    transpose4(halves[h], rows);
     for (int i = 0; i < 4; ++i) {
       float* ci = c + (4 * h + i) * ldc;
       vst1q_f32(ci, clear ? rows[i] : vaddq_f32(vld1q_f32(ci), rows[i]));
