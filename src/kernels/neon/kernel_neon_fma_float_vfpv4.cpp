@@ -21,13 +21,16 @@ static_assert(fma_blocking<float>::value.tile_m == mr && fma_blocking<float>::va
 static_assert(neon_real::float_mr == mr && neon_real::float_nr == nr, "the shared packers have this tile");
 static_assert(sizeof(float32x4_t) == nr * sizeof(float), "a B step is one quad register");
 
-// acc[s][h] lane i accumulates row 4h + i of the tile against column i XOR s. One step takes the four
-// rotations of the B step (b0 b1 b2 b3):
+// r<s>_lo and r<s>_hi lane i accumulate rows i and 4 + i of the tile against column i XOR s. One step
+// takes the four rotations of the B step (b0 b1 b2 b3):
 //   r0 = b0 b1 b2 b3,  r1 = b1 b0 b3 b2 (each half reversed),
 //   r2 = b2 b3 b0 b1 (halves exchanged),  r3 = b3 b2 b1 b0 (r2 with each half reversed),
-// and makes eight whole-vector fused multiply-adds, s = 0 to 3, the upper half after the lower.
+// and makes eight whole-vector fused multiply-adds, s = 0 to 3, the lower half of the rows first.
+//
+// Eight named accumulators rather than an array: GCC keeps an array of vectors in memory and would
+// load and store every accumulator on every step.
 struct rotated_tile {
-  float32x4_t acc[4][2];
+  float32x4_t r0_lo, r0_hi, r1_lo, r1_hi, r2_lo, r2_hi, r3_lo, r3_hi;
 };
 
 [[gnu::always_inline]] inline void rotated_step(rotated_tile& t, float32x4_t a_lo, float32x4_t a_hi,
@@ -35,14 +38,14 @@ struct rotated_tile {
   const float32x4_t r1 = vrev64q_f32(r0);
   const float32x4_t r2 = vcombine_f32(vget_high_f32(r0), vget_low_f32(r0));
   const float32x4_t r3 = vrev64q_f32(r2);
-  t.acc[0][0] = vfmaq_f32(t.acc[0][0], a_lo, r0);
-  t.acc[0][1] = vfmaq_f32(t.acc[0][1], a_hi, r0);
-  t.acc[1][0] = vfmaq_f32(t.acc[1][0], a_lo, r1);
-  t.acc[1][1] = vfmaq_f32(t.acc[1][1], a_hi, r1);
-  t.acc[2][0] = vfmaq_f32(t.acc[2][0], a_lo, r2);
-  t.acc[2][1] = vfmaq_f32(t.acc[2][1], a_hi, r2);
-  t.acc[3][0] = vfmaq_f32(t.acc[3][0], a_lo, r3);
-  t.acc[3][1] = vfmaq_f32(t.acc[3][1], a_hi, r3);
+  t.r0_lo = vfmaq_f32(t.r0_lo, a_lo, r0);
+  t.r0_hi = vfmaq_f32(t.r0_hi, a_hi, r0);
+  t.r1_lo = vfmaq_f32(t.r1_lo, a_lo, r1);
+  t.r1_hi = vfmaq_f32(t.r1_hi, a_hi, r1);
+  t.r2_lo = vfmaq_f32(t.r2_lo, a_lo, r2);
+  t.r2_hi = vfmaq_f32(t.r2_hi, a_hi, r2);
+  t.r3_lo = vfmaq_f32(t.r3_lo, a_lo, r3);
+  t.r3_hi = vfmaq_f32(t.r3_hi, a_hi, r3);
 }
 
 // Columns of one half of the tile from its four rotations. Column j takes lane i from rotation i XOR j:
@@ -85,8 +88,8 @@ void kernel_neon_fma<float>::pack_b(const float* src, int ld, float* dst) const 
 // cache lines ahead; the panel is read in order from then on.
 void kernel_neon_fma<float>::micro_kernel(const float* alpha, int k, const float* a, const float* b, float* c,
                                           int ldc, bool clear) const {
-  rotated_tile t;
-  for (auto& rotation : t.acc) rotation[0] = rotation[1] = vdupq_n_f32(0.0f);
+  const float32x4_t zero = vdupq_n_f32(0.0f);
+  rotated_tile t{zero, zero, zero, zero, zero, zero, zero, zero};
 
   const int singles = k > 0 ? k % 4 : 0;
   const int groups = k > 0 ? k / 4 : 0;
@@ -137,12 +140,13 @@ void kernel_neon_fma<float>::micro_kernel(const float* alpha, int k, const float
 
   // Alpha as a rounded product, then the columns sorted out and stored in order, C added unless clear.
   const float32x4_t av = vdupq_n_f32(*alpha);
+  const float32x4_t lo[4] = {vmulq_f32(t.r0_lo, av), vmulq_f32(t.r1_lo, av), vmulq_f32(t.r2_lo, av),
+                              vmulq_f32(t.r3_lo, av)};
+  const float32x4_t hi[4] = {vmulq_f32(t.r0_hi, av), vmulq_f32(t.r1_hi, av), vmulq_f32(t.r2_hi, av),
+                              vmulq_f32(t.r3_hi, av)};
   float32x4_t col[2][4];
-  for (int h = 0; h < 2; ++h) {
-    float32x4_t rot[4];
-    for (int s = 0; s < 4; ++s) rot[s] = vmulq_f32(t.acc[s][h], av);
-    unrotate(rot, col[h]);
-  }
+  unrotate(lo, col[0]);
+  unrotate(hi, col[1]);
   for (int j = 0; j < nr; ++j) {
     float* const cj = c + j * ldc;
     if (!clear) {
