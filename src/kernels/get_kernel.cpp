@@ -4,6 +4,14 @@
 
 #include <iterator>
 
+#include "kovra/cpu_features.h"
+#include "platform.h"
+
+#if KOVRA_ARM32
+#include "kernels/neon/kernel_neon_fma_scalar_complex.h"
+#include "kernels/neon/kernel_neon_mla_complex.h"
+#endif
+
 namespace kovra::kernels {
 
 std::atomic<const char*> kernel_name{nullptr};
@@ -16,16 +24,26 @@ template <typename T> struct kernel_choice {
   const char* name;
 };
 
+// Each test reads the feature word afresh; the probe behind it runs once per process.
+[[maybe_unused]] bool has_neon_fma() { return (android_getCpuFeatures() & ARM_FEATURE_NEON_FMA) != 0; }
+[[maybe_unused]] bool has_neon() { return (android_getCpuFeatures() & ARM_FEATURE_NEON) != 0; }
 bool any_processor() { return true; }
 
 template <typename T> std::shared_ptr<kernel_object<T>> make_plain_kernel() {
   return std::make_shared<kernel_object<T>>(plain_blocking<T>::value);
 }
 
+// Every type chooses by the same tests, so kernel_name reads the same whichever type chose last. The
+// fused kernels are built for VFPv4 and must never be made on a core without it: NEON_FMA is the only
+// feature bit that promises both.
 template <typename T>
 constexpr kernel_choice<T> kernel_choices[] = {
-    // processor test   factory                 kernel_name
-    {any_processor,     make_plain_kernel<T>,   "none"},
+    // processor test   factory                           kernel_name
+#if KOVRA_ARM32
+    {has_neon_fma,      make_kernel_neon_fma_scalar<T>,   "NEON FMA"},
+    {has_neon,          make_kernel_neon_mla<T>,          "NEON"},
+#endif
+    {any_processor,     make_plain_kernel<T>,             "none"},
 };
 
 template <typename T> std::shared_ptr<kernel_object<T>> select_kernel() {

@@ -1,7 +1,7 @@
 // The dynamic symbol table of libKOVRA-0.11.38.so holds exactly the public entries: every routine under
 // its Fortran triple (SAXPY, saxpy, saxpy_) and its CBLAS name (cblas_saxpy), the processor probe entries,
-// and nothing else. The table is read from the ELF file itself, so the test runs the same on the host and
-// under an emulator.
+// the version report, and nothing else. The table is read from the ELF file itself, so the test runs the
+// same on the host and under an emulator.
 #include <gtest/gtest.h>
 
 #include <elf.h>
@@ -35,7 +35,8 @@ std::string upper(std::string s) {
 
 // Entries exported under one name only.
 const char* const single_names[] = {"android_getCpuFamily", "android_getCpuFeatures", "android_getCpuCount",
-                                    "android_setCpu",       "android_getCpuIdArm",    "android_setCpuArm"};
+                                    "android_setCpu",       "android_getCpuIdArm",    "android_setCpuArm",
+                                    "KOVRAVersionString",   "KOVRAVersionInfo"};
 
 std::set<std::string> expected_exports() {
   std::set<std::string> names(std::begin(single_names), std::end(single_names));

@@ -29,5 +29,16 @@ int main(void) {
       ++failures;
     }
   }
+  /* The record as a C program lays it out, filled by the library's C++. */
+  {
+    KOVRAVersionRecord record;
+    const char* text = NULL;
+    KOVRAVersionString(&text);
+    if (KOVRAVersionInfo(&record) != 0 || record.major != 0 || record.minor != 11 || record.patch != 38 ||
+        record.extra != 1 || text == NULL || record.date == NULL || record.date[3] != ' ' || record.date[4] != ' ') {
+      fprintf(stderr, "KOVRAVersionInfo: %d.%d.%d extra %d\n", record.major, record.minor, record.patch, record.extra);
+      ++failures;
+    }
+  }
   return failures == 0 ? 0 : 1;
 }
