@@ -1,10 +1,10 @@
 // kernel_neon_fma<double>: the shared unrolled packers and a 4 by 4 micro kernel on the VFP unit, which
 // multiplies each A step by the four B elements in turn. Built with VFPv4 enabled; reached only through
 // make_kernel_neon_fma<double>, on processors that report it.
-#include <cstring>
 #include <memory>
 
 #include "kernels/neon/kernel_neon_fma.h"
+#include "kernels/neon/neon_double_tile.h"
 #include "kernels/neon/neon_real_bodies.h"
 
 #if !defined(__ARM_FEATURE_FMA)
@@ -14,26 +14,9 @@
 namespace kovra::kernels {
 namespace {
 
-constexpr int mr = 4;
-constexpr int nr = 4;
+using neon_double::mr;
+using neon_double::nr;
 static_assert(fma_blocking<double>::value.tile_m == mr && fma_blocking<double>::value.tile_n == nr);
-// Sixteen accumulators and two A steps take 24 of the 32 double registers, leaving room for B.
-static_assert(mr * nr + 2 * mr <= 32);
-
-// acc[j][i] = fma(a_i, b_j, acc[j][i]), column by column; each B element is read as its column starts.
-[[gnu::always_inline]] inline void lane_step(double acc[nr][mr], const double a[mr], const double* b) {
-#pragma GCC unroll 4
-  for (int j = 0; j < nr; ++j) {
-    const double bj = b[j];
-#pragma GCC unroll 4
-    for (int i = 0; i < mr; ++i) acc[j][i] = __builtin_fma(a[i], bj, acc[j][i]);
-  }
-}
-
-[[gnu::always_inline]] inline void load_step(double a[mr], const double* src) {
-#pragma GCC unroll 4
-  for (int i = 0; i < mr; ++i) a[i] = src[i];
-}
 
 }  // namespace
 
@@ -57,26 +40,7 @@ void kernel_neon_fma<double>::pack_b(const double* src, int ld, double* dst) con
 void kernel_neon_fma<double>::micro_kernel(const double* alpha, int k, const double* a, const double* b,
                                            double* c, int ldc, bool clear) const {
   double acc[nr][mr] = {};
-  double x[mr], y[mr];
-  load_step(x, a);
-  const double* a_ahead = a + mr;
-  const int singles = k > 0 ? k % 4 : 0;
-  for (int p = 0; p < singles; ++p) {
-    load_step(y, a_ahead);
-    a_ahead += mr;
-    lane_step(acc, x, b + p * nr);
-    std::memcpy(x, y, sizeof x);
-  }
-  for (int p = singles; p < k; p += 4) {
-#pragma GCC unroll 2
-    for (int half = 0; half < 2; ++half) {
-      load_step(y, a_ahead);
-      lane_step(acc, x, b + (p + 2 * half) * nr);
-      load_step(x, a_ahead + mr);
-      lane_step(acc, y, b + (p + 2 * half + 1) * nr);
-      a_ahead += 2 * mr;
-    }
-  }
+  neon_double::tile_product<neon_double::fused_term>(acc, k, a, b);
   const double al = *alpha;
   for (int j = 0; j < nr; ++j) {
     double* const cj = c + j * ldc;

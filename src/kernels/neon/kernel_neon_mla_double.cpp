@@ -6,9 +6,9 @@
 #if KOVRA_ARM32
 
 #include <cmath>
-#include <cstring>
 #include <memory>
 
+#include "kernels/neon/neon_double_tile.h"
 #include "kernels/neon/neon_real_bodies.h"
 
 #if defined(__ARM_FEATURE_FMA)
@@ -18,27 +18,9 @@
 namespace kovra::kernels {
 namespace {
 
-constexpr int mr = 4;
-constexpr int nr = 4;
+using neon_double::mr;
+using neon_double::nr;
 static_assert(mla_blocking<double>::value.tile_m == mr && mla_blocking<double>::value.tile_n == nr);
-// Sixteen accumulators and two A steps take 24 of the 32 double registers, leaving room for B.
-static_assert(mr * nr + 2 * mr <= 32);
-
-// acc[j][i] += a_i * b_j, the product rounded on its own.
-inline void mla_step(double acc[nr][mr], const double a[mr], const double* b) {
-#pragma GCC unroll 4
-  for (int j = 0; j < nr; ++j) {
-    // B is read one element at a time, as each column of the tile starts.
-    const double bj = b[j];
-#pragma GCC unroll 4
-    for (int i = 0; i < mr; ++i) acc[j][i] += a[i] * bj;
-  }
-}
-
-inline void load_step(double a[mr], const double* src) {
-#pragma GCC unroll 4
-  for (int i = 0; i < mr; ++i) a[i] = src[i];
-}
 
 }  // namespace
 
@@ -62,26 +44,7 @@ void kernel_neon_mla<double>::pack_b(const double* src, int ld, double* dst) con
 void kernel_neon_mla<double>::micro_kernel(const double* alpha, int k, const double* a, const double* b, double* c,
                                            int ldc, bool clear) const {
   double acc[nr][mr] = {};
-  double x[mr], y[mr];
-  load_step(x, a);
-  const double* a_ahead = a + mr;
-  const int singles = k % 4;
-  for (int p = 0; p < singles; ++p) {
-    load_step(y, a_ahead);
-    a_ahead += mr;
-    mla_step(acc, x, b + p * nr);
-    std::memcpy(x, y, sizeof x);
-  }
-  for (int p = singles; p < k; p += 4) {
-#pragma GCC unroll 2
-    for (int half = 0; half < 2; ++half) {
-      load_step(y, a_ahead);
-      mla_step(acc, x, b + (p + 2 * half) * nr);
-      load_step(x, a_ahead + mr);
-      mla_step(acc, y, b + (p + 2 * half + 1) * nr);
-      a_ahead += 2 * mr;
-    }
-  }
+  neon_double::tile_product<neon_double::rounded_term>(acc, k, a, b);
   const double al = *alpha;
   for (int j = 0; j < nr; ++j) {
     double* cj = c + j * ldc;
