@@ -1,0 +1,268 @@
+// Scaffolding shared by the NEON kernel tests: the VFPv4 check for the kernels built with it, panels and
+// C blocks inside sentinel padding at a chosen misalignment, and the checks every kernel goes through
+// (blocking numbers, packers against the default bodies, micro kernels against a scalar model, the
+// level-1 bodies, whole products through the task path against the reference).
+//
+// NEON flushes subnormals and returns the default NaN, unlike the scalar models; the inputs stay clear
+// of subnormals, and where NaN appears only its presence matters.
+#pragma once
+
+#include <asm/hwcap.h>
+#include <sys/auxv.h>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <complex>
+#include <initializer_list>
+#include <limits>
+#include <memory>
+#include <vector>
+
+#include "helper/helper.h"
+#include "kernels/kernel_object.h"
+#include "level3/gemm_call.h"
+#include "scalar_models.h"
+#include "support/reference_level3.h"
+#include "support/values.h"
+
+namespace kovra::kernels {
+
+inline bool processor_has_vfpv4() { return (getauxval(AT_HWCAP) & HWCAP_VFPv4) != 0; }
+inline constexpr const char* no_vfpv4 = "no VFPv4 fused multiply-add on this processor";
+
+// Where a block sits in its buffer: `guard` elements of sentinel before it (and at least as many
+// after), its start rounded up to `align` bytes and then moved `offset` elements on.
+struct block_layout {
+  int guard, align, offset;
+};
+
+// `count` elements of E placed by a layout inside a buffer of sentinels. The kernels read past their
+// panels, and a sentinel read there would show in a result; with no guard and an alignment of 1 the
+// block is the whole buffer, from `offset` on.
+template <typename E> struct guarded_block {
+  int guard;
+  std::vector<E> buffer;
+  int start;
+  guarded_block(int count, block_layout at)
+      : guard(at.guard),
+        buffer(std::size_t(count) + 4 * at.guard + at.align / sizeof(E) + at.offset, testing::sentinel<E>()) {
+    const auto address = reinterpret_cast<std::uintptr_t>(buffer.data() + guard);
+    const auto align = std::uintptr_t(at.align);
+    start = guard + int((align - address % align) % align / sizeof(E)) + at.offset;
+  }
+  guarded_block(const std::vector<E>& values, block_layout at) : guarded_block(int(values.size()), at) {
+    fill(values);
+  }
+  E* data() { return buffer.data() + start; }
+  const E* data() const { return buffer.data() + start; }
+  template <typename U> const U* as() const { return reinterpret_cast<const U*>(data()); }
+  void fill(const std::vector<E>& values) { std::copy(values.begin(), values.end(), data()); }
+  // The first `count` elements with a guard's worth either side.
+  std::vector<E> around(int count) const {
+    return std::vector<E>(buffer.begin() + (start - guard), buffer.begin() + (start + count + guard));
+  }
+};
+
+// Complex values stored as interleaved real parts, so that the layout can place them off a complex
+// element's boundary.
+template <typename T> guarded_block<real_t<T>> interleaved_block(const std::vector<T>& values, block_layout at) {
+  guarded_block<real_t<T>> block(2 * int(values.size()), at);
+  for (std::size_t i = 0; i < values.size(); ++i) {
+    block.data()[2 * i] = values[i].real();
+    block.data()[2 * i + 1] = values[i].imag();
+  }
+  return block;
+}
+
+// The blocking numbers every NEON kernel shares, with its own depth block and tile.
+template <typename T> void check_blocking(const kernel_object<T>& kern, int block_k, int tile_m, int tile_n) {
+  const bool single = sizeof(real_t<T>) == 4;
+  EXPECT_EQ(kern.block_m, 512);
+  EXPECT_EQ(kern.block_n, single ? 12 : 32);
+  EXPECT_EQ(kern.block_k, block_k);
+  EXPECT_EQ(kern.tile_m, tile_m);
+  EXPECT_EQ(kern.tile_n, tile_n);
+  EXPECT_EQ(kern.tile_size, kern.tile_m * kern.tile_n);
+  EXPECT_EQ(kern.reserved_hint, single ? 16 : 32);
+  EXPECT_EQ(kern.a_block_slack, 0);
+}
+
+// Each packer writes the bytes of the default body with the same tiles, and nothing around them, to a
+// destination placed by `dest`, from a source `source_offset` elements into ld * tile_m + source_extra
+// random values.
+template <typename T>
+void check_packers(const kernel_object<T>& kern, block_layout dest, int source_offset, int source_extra) {
+  const kernel_object<T> plain(kern.block_m, kern.block_n, kern.block_k, kern.tile_m, kern.tile_n);
+  const int ld = kern.tile_m + 5;
+  const std::vector<T> source = testing::random_values<T>(ld * kern.tile_m + source_extra, 7);
+  using packer = void (kernel_object<T>::*)(const T*, int, T*) const;
+  const struct {
+    const char* name;
+    packer op;
+  } packers[] = {{"pack_a", &kernel_object<T>::pack_a},
+                 {"pack_a_trans", &kernel_object<T>::pack_a_trans},
+                 {"pack_b_trans", &kernel_object<T>::pack_b_trans},
+                 {"pack_b", &kernel_object<T>::pack_b}};
+  for (const auto& p : packers) {
+    guarded_block<T> got(kern.tile_size, dest), want(kern.tile_size, dest);
+    (kern.*p.op)(source.data() + source_offset, ld, got.data());
+    (plain.*p.op)(source.data() + source_offset, ld, want.data());
+    EXPECT_TRUE(testing::all_same_bits(got.around(kern.tile_size), want.around(kern.tile_size))) << p.name;
+  }
+}
+
+// micro_kernel of a real kernel over the given step counts, with and without clear, against the depth
+// sums by `Sum` accumulation and the end step alpha * sum, added to old C by `End` accumulation. The
+// steps past the panels and the rows between C's columns hold the sentinel, which may neither reach a
+// result nor be overwritten. With clear, C itself starts as NaN.
+template <models::accumulation Sum, models::accumulation End, typename T>
+void check_real_micro_kernel(const kernel_object<T>& kern, std::initializer_list<int> steps, block_layout panels,
+                             block_layout c_at) {
+  const int mr = kern.tile_m, nr = kern.tile_n, ldc = mr + 3;
+  const T alpha = T(-1.375);
+  for (int k : steps) {
+    const guarded_block<T> a(testing::random_values<T>(mr * k, 11 + k), panels);
+    const guarded_block<T> b(testing::random_values<T>(nr * k, 12 + k), panels);
+    for (bool clear : {false, true}) {
+      guarded_block<T> c(ldc * nr, c_at);
+      const std::vector<T> old = testing::random_values<T>(ldc * nr, 13 + k);
+      std::vector<T> want = c.buffer;
+      for (int j = 0; j < nr; ++j)
+        for (int i = 0; i < mr; ++i) {
+          const int at = i + j * ldc;
+          const T sum = models::panel_sum<Sum>(k, a.data(), mr, i, b.data(), nr, j);
+          c.data()[at] = clear ? testing::nan_element<T>() : old[at];
+          want[c.start + at] = clear ? sum * alpha : models::multiply_add<End>(old[at], alpha, sum);
+        }
+      kern.micro_kernel(&alpha, k, a.data(), b.data(), c.data(), ldc, clear);
+      EXPECT_TRUE(testing::all_same_bits(c.buffer, want)) << "k=" << k << " clear=" << clear;
+    }
+  }
+}
+
+// micro_kernel of a complex kernel over the given step counts, with and without clear, against the
+// panel product by `Sum` accumulation and the complex end step. `make_panel` places a panel's values
+// (a guarded_block); C sits as `c_at` places it.
+template <models::accumulation Sum, typename T, typename MakePanel>
+void check_complex_micro_kernel(const kernel_object<T>& kern, std::initializer_list<int> steps, MakePanel make_panel,
+                                block_layout c_at) {
+  const int mr = kern.tile_m, nr = kern.tile_n, ldc = mr + 3;
+  const T alpha = testing::make<T>(-1.375, 0.625);
+  for (int k : steps) {
+    const auto a = make_panel(testing::random_values<T>(mr * k, 11 + k));
+    const auto b = make_panel(testing::random_values<T>(nr * k, 12 + k));
+    const T* ap = a.template as<T>();
+    const T* bp = b.template as<T>();
+    for (bool clear : {false, true}) {
+      guarded_block<T> c(ldc * nr, c_at);
+      const std::vector<T> old = testing::random_values<T>(ldc * nr, 13 + k);
+      std::vector<T> want = c.buffer;
+      for (int j = 0; j < nr; ++j)
+        for (int i = 0; i < mr; ++i) {
+          const int at = i + j * ldc;
+          c.data()[at] = clear ? testing::nan_element<T>() : old[at];
+          want[c.start + at] =
+              models::complex_end_step(models::panel_product<Sum>(k, ap, mr, i, bp, nr, j), alpha, old[at], clear);
+        }
+      kern.micro_kernel(&alpha, k, ap, bp, c.data(), ldc, clear);
+      EXPECT_TRUE(testing::all_same_bits(c.buffer, want)) << "k=" << k << " clear=" << clear;
+    }
+  }
+}
+
+// The complex<double> kernels scale by alpha.re * (1 + i alpha.im): exactly alpha when alpha.re is 1 or
+// alpha.im is 0, otherwise something else. Each case names the factor it must act as; the result is
+// that factor times the product by the textbook formula, bit for bit.
+template <models::accumulation Sum, typename MakePanel>
+void check_alpha_factor(const kernel_object<std::complex<double>>& kern, MakePanel make_panel) {
+  using T = std::complex<double>;
+  const int mr = 2, nr = 2, k = 23;
+  const auto a = make_panel(testing::random_values<T>(mr * k, 51));
+  const auto b = make_panel(testing::random_values<T>(nr * k, 52));
+  const struct {
+    T alpha, acts_as;
+  } cases[] = {{{1, 2}, {1, 2}}, {{3, 0}, {3, 0}}, {{-0.5, 0}, {-0.5, 0}}, {{2, 3}, {2, 6}}, {{0, 2}, {0, 0}}};
+  for (const auto& s : cases)
+    for (bool clear : {false, true}) {
+      const std::vector<T> old = testing::random_values<T>(mr * nr, 53);
+      std::vector<T> c = clear ? std::vector<T>(mr * nr, testing::nan_element<T>()) : old, want(mr * nr);
+      for (int j = 0; j < nr; ++j)
+        for (int i = 0; i < mr; ++i) {
+          const T t = models::panel_product<Sum>(k, a.template as<T>(), mr, i, b.template as<T>(), nr, j);
+          want[i + j * mr] = models::textbook_product(s.acts_as, t, old[i + j * mr], clear);
+        }
+      kern.micro_kernel(&s.alpha, k, a.template as<T>(), b.template as<T>(), c.data(), mr, clear);
+      EXPECT_TRUE(testing::all_same_bits(c, want)) << "alpha=" << s.alpha << " clear=" << clear;
+    }
+}
+
+// axpy_kernel over lengths that run every stage, on vectors one element off a 16-byte boundary with a
+// sentinel after y: element i (of n) is fused when fused_at(i, n), otherwise a rounded product added.
+template <typename T, typename FusedAt> void check_axpy_stages(const kernel_object<T>& kern, FusedAt fused_at) {
+  const T alpha = T(0.8125);
+  for (int n : {0, 1, 2, 3, 4, 5, 15, 16, 17, 35, 71}) {
+    const std::vector<T> x = testing::random_values<T>(n + 1, 21 + n);
+    std::vector<T> y = testing::random_values<T>(n + 1, 22 + n);
+    y.push_back(testing::sentinel<T>());
+    std::vector<T> want = y;
+    for (int i = 1; i <= n; ++i)
+      want[i] = fused_at(i - 1, n) ? std::fma(alpha, x[i], y[i])
+                                   : models::multiply_add<models::accumulation::rounded>(y[i], alpha, x[i]);
+    kern.axpy_kernel(n, &alpha, x.data() + 1, y.data() + 1);
+    EXPECT_TRUE(testing::all_same_bits(y, want)) << "n=" << n;
+  }
+}
+
+// scal_kernel: x times alpha, and alpha equal to zero (either sign) leaving +0 in place of NaN and
+// infinity.
+template <typename T> void check_scal(const kernel_object<T>& kern) {
+  const T inf = std::numeric_limits<T>::infinity();
+  for (T alpha : {T(-2.75), T(0), T(-0.0)}) {
+    for (int n : {0, 1, 3, 4, 5, 15, 16, 17, 38}) {
+      std::vector<T> x = testing::random_values<T>(n + 1, 31 + n);
+      for (int i = 1; i <= n; i += 3) x[i] = alpha == 0 ? std::numeric_limits<T>::quiet_NaN() : x[i];
+      if (alpha == 0 && n > 1) x[2] = -inf;
+      x.push_back(testing::sentinel<T>());
+      std::vector<T> want = x;
+      for (int i = 1; i <= n; ++i) want[i] = alpha == 0 ? T(0) : x[i] * alpha;
+      kern.scal_kernel(n, &alpha, x.data() + 1);
+      EXPECT_TRUE(testing::all_same_bits(x, want)) << "alpha=" << alpha << " n=" << n;
+    }
+  }
+}
+
+struct gemm_shape {
+  char transa, transb;
+  int m, n, k;
+};
+
+// Whole products through the task path for every shape, alpha and beta, C starting as NaN where beta is
+// zero: the kernel's results (and those of `also`, when given) agree with the reference to rounding,
+// and the kernel writes nothing outside C.
+template <typename T>
+void check_gemm(const std::shared_ptr<kernel_object<T>>& kernel, std::initializer_list<gemm_shape> shapes,
+                std::initializer_list<T> alphas, std::initializer_list<T> betas,
+                const std::shared_ptr<kernel_object<T>>& also = nullptr) {
+  for (const auto& s : shapes)
+    for (T alpha : alphas)
+      for (T beta : betas) {
+        testing::gemm_case<T> run(s.transa, s.transb, s.m, s.n, s.k, 3);
+        if (beta == T(0)) run.c.fill(testing::nan_element<T>());
+        testing::gemm_case<T> other = run;
+        const auto want = testing::reference_gemm(s.transa, s.transb, s.m, s.n, s.k, alpha, run.a, run.b, beta, run.c);
+        run.run_on(kernel, alpha, beta);
+        EXPECT_TRUE(testing::matches(want, run.c))
+            << s.transa << s.transb << " m=" << s.m << " alpha=" << alpha << " beta=" << beta;
+        EXPECT_TRUE(run.c.guards_intact());
+        if (also) {
+          other.run_on(also, alpha, beta);
+          EXPECT_TRUE(testing::matches(want, other.c))
+              << "other kernel " << s.transa << s.transb << " m=" << s.m << " alpha=" << alpha << " beta=" << beta;
+        }
+      }
+}
+
+}  // namespace kovra::kernels
