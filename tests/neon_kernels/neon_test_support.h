@@ -114,43 +114,14 @@ void check_packers(const kernel_object<T>& kern, block_layout dest, int source_o
   }
 }
 
-// micro_kernel of a real kernel over the given step counts, with and without clear, against the depth
-// sums by `Sum` accumulation and the end step alpha * sum, added to old C by `End` accumulation. The
-// steps past the panels and the rows between C's columns hold the sentinel, which may neither reach a
-// result nor be overwritten. With clear, C itself starts as NaN.
-template <models::accumulation Sum, models::accumulation End, typename T>
-void check_real_micro_kernel(const kernel_object<T>& kern, std::initializer_list<int> steps, block_layout panels,
-                             block_layout c_at) {
+// micro_kernel over the given step counts, with and without clear, on panels that `make_panel` places
+// (a guarded_block) and C as `c_at` places it, against model(k, a, b, i, j, old, clear), the scalar
+// model of element (i, j). The steps past the panels and the rows between C's columns hold the
+// sentinel, which may neither reach a result nor be overwritten. With clear, C itself starts as NaN.
+template <typename T, typename MakePanel, typename Model>
+void check_micro_kernel(const kernel_object<T>& kern, std::initializer_list<int> steps, const T& alpha,
+                        MakePanel make_panel, block_layout c_at, Model model) {
   const int mr = kern.tile_m, nr = kern.tile_n, ldc = mr + 3;
-  const T alpha = T(-1.375);
-  for (int k : steps) {
-    const guarded_block<T> a(testing::random_values<T>(mr * k, 11 + k), panels);
-    const guarded_block<T> b(testing::random_values<T>(nr * k, 12 + k), panels);
-    for (bool clear : {false, true}) {
-      guarded_block<T> c(ldc * nr, c_at);
-      const std::vector<T> old = testing::random_values<T>(ldc * nr, 13 + k);
-      std::vector<T> want = c.buffer;
-      for (int j = 0; j < nr; ++j)
-        for (int i = 0; i < mr; ++i) {
-          const int at = i + j * ldc;
-          const T sum = models::panel_sum<Sum>(k, a.data(), mr, i, b.data(), nr, j);
-          c.data()[at] = clear ? testing::nan_element<T>() : old[at];
-          want[c.start + at] = clear ? sum * alpha : models::multiply_add<End>(old[at], alpha, sum);
-        }
-      kern.micro_kernel(&alpha, k, a.data(), b.data(), c.data(), ldc, clear);
-      EXPECT_TRUE(testing::all_same_bits(c.buffer, want)) << "k=" << k << " clear=" << clear;
-    }
-  }
-}
-
-// micro_kernel of a complex kernel over the given step counts, with and without clear, against the
-// panel product by `Sum` accumulation and the complex end step. `make_panel` places a panel's values
-// (a guarded_block); C sits as `c_at` places it.
-template <models::accumulation Sum, typename T, typename MakePanel>
-void check_complex_micro_kernel(const kernel_object<T>& kern, std::initializer_list<int> steps, MakePanel make_panel,
-                                block_layout c_at) {
-  const int mr = kern.tile_m, nr = kern.tile_n, ldc = mr + 3;
-  const T alpha = testing::make<T>(-1.375, 0.625);
   for (int k : steps) {
     const auto a = make_panel(testing::random_values<T>(mr * k, 11 + k));
     const auto b = make_panel(testing::random_values<T>(nr * k, 12 + k));
@@ -164,13 +135,40 @@ void check_complex_micro_kernel(const kernel_object<T>& kern, std::initializer_l
         for (int i = 0; i < mr; ++i) {
           const int at = i + j * ldc;
           c.data()[at] = clear ? testing::nan_element<T>() : old[at];
-          want[c.start + at] =
-              models::complex_end_step(models::panel_product<Sum>(k, ap, mr, i, bp, nr, j), alpha, old[at], clear);
+          want[c.start + at] = model(k, ap, bp, i, j, old[at], clear);
         }
       kern.micro_kernel(&alpha, k, ap, bp, c.data(), ldc, clear);
       EXPECT_TRUE(testing::all_same_bits(c.buffer, want)) << "k=" << k << " clear=" << clear;
     }
   }
+}
+
+// A real kernel: the depth sums by `Sum` accumulation, then alpha * sum, added to old C by `End`
+// accumulation.
+template <models::accumulation Sum, models::accumulation End, typename T>
+void check_real_micro_kernel(const kernel_object<T>& kern, std::initializer_list<int> steps, block_layout panels,
+                             block_layout c_at) {
+  const int mr = kern.tile_m, nr = kern.tile_n;
+  const T alpha = T(-1.375);
+  check_micro_kernel(
+      kern, steps, alpha, [&](const std::vector<T>& values) { return guarded_block<T>(values, panels); }, c_at,
+      [&](int k, const T* a, const T* b, int i, int j, T old, bool clear) {
+        const T sum = models::panel_sum<Sum>(k, a, mr, i, b, nr, j);
+        return clear ? sum * alpha : models::multiply_add<End>(old, alpha, sum);
+      });
+}
+
+// A complex kernel: the panel product by `Sum` accumulation, then the complex end step.
+template <models::accumulation Sum, typename T, typename MakePanel>
+void check_complex_micro_kernel(const kernel_object<T>& kern, std::initializer_list<int> steps, MakePanel make_panel,
+                                block_layout c_at) {
+  const int mr = kern.tile_m, nr = kern.tile_n;
+  const T alpha = testing::make<T>(-1.375, 0.625);
+  check_micro_kernel(kern, steps, alpha, make_panel, c_at,
+                     [&](int k, const T* a, const T* b, int i, int j, T old, bool clear) {
+                       return models::complex_end_step(models::panel_product<Sum>(k, a, mr, i, b, nr, j), alpha, old,
+                                                       clear);
+                     });
 }
 
 // The complex<double> kernels scale by alpha.re * (1 + i alpha.im): exactly alpha when alpha.re is 1 or
@@ -263,6 +261,19 @@ void check_gemm(const std::shared_ptr<kernel_object<T>>& kernel, std::initialize
               << "other kernel " << s.transa << s.transb << " m=" << s.m << " alpha=" << alpha << " beta=" << beta;
         }
       }
+}
+
+// The products every complex kernel goes through: crossing blocks of every dimension, with every
+// transpose, a clearing and an accumulating beta. complex<double> takes only the alphas it scales by
+// exactly.
+template <typename T> void check_complex_gemm(const std::shared_ptr<kernel_object<T>>& kernel) {
+  using testing::make;
+  const bool exact_alpha_only = sizeof(T) == 16;
+  check_gemm<T>(kernel,
+                {{'N', 'N', 37, 29, 131}, {'T', 'C', 21, 33, 65}, {'C', 'N', 19, 40, 9}, {'N', 'T', 30, 17, 130},
+                 {'N', 'N', 515, 13, 12}},
+                {exact_alpha_only ? make<T>(1, -0.75) : make<T>(-0.625, 0.375), make<T>(-0.625, 0)},
+                {T(0), make<T>(0.5, -0.25)});
 }
 
 }  // namespace kovra::kernels
