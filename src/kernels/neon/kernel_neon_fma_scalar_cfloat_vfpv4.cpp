@@ -7,6 +7,7 @@
 #include <memory>
 
 #include "kernels/neon/kernel_neon_fma_scalar_complex.h"
+#include "kernels/neon/neon_cfloat_tile_end.h"
 #include "kernels/neon/neon_float_tile_vfpv4.h"
 
 #if !defined(__ARM_FEATURE_FMA)
@@ -26,40 +27,22 @@ static_assert(sizeof(cfloat) == 2 * sizeof(float), "panels are interleaved real 
 // One A step is 32 bytes and one B step 16, so aligned panels stay aligned step by step.
 static_assert(mr * sizeof(float) == 32 && nr * sizeof(float) == 16);
 
-// (x0, x1, x2, x3) -> (-x1, x0, -x3, x2): i times each of the two complex numbers in the register. The
-// sign is flipped by its bit, so the result is exact.
-inline float32x4_t swapneg(float32x4_t x) {
-  const uint32x4_t sign = {0x80000000u, 0u, 0x80000000u, 0u};
-  return vreinterpretq_f32_u32(veorq_u32(vreinterpretq_u32_f32(vrev64q_f32(x)), sign));
-}
-
 }  // namespace
 
 // C (columns ldc apart) = alpha * A_panel * B_panel, or C + that. Per half column, two complex
 // elements: T = R + swapneg(I) is the product (a.re b.re - a.im b.im, a.im b.re + a.re b.im), then
 // alpha's parts scale it, P = alpha.re * T and Q = alpha.im * T, and the result is (P + C) + swapneg(Q),
-// or P + swapneg(Q) with no read of C when clear is set. All plain, unfused operations.
+// or P + swapneg(Q) with no read of C when clear is set. All plain, unfused operations (the end step of
+// neon_cfloat_tile_end.h).
 void kernel_neon_fma_scalar<cfloat>::micro_kernel(const cfloat* alpha, int k, const cfloat* a, const cfloat* b,
                                                   cfloat* c, int ldc, bool clear) const {
+  static_assert(tiles.tile_n == 2);
   if (!clear)
     for (int j = 0; j < tiles.tile_n; ++j) __builtin_prefetch(c + j * ldc);
   const neon_vfpv4::tile_accumulators t =
       neon_vfpv4::tile_product(k, reinterpret_cast<const float*>(a), reinterpret_cast<const float*>(b));
-  // acc[j][h]: lanes 4h to 4h + 3 of the interleaved A step times B lane j, summed over the steps. The
-  // lanes of B are b0.re, b0.im, b1.re, b1.im, so acc[0], acc[1], acc[2], acc[3] are R[0], I[0], R[1], I[1].
   const float32x4_t acc[nr][2] = {{t.c0_lo, t.c0_hi}, {t.c1_lo, t.c1_hi}, {t.c2_lo, t.c2_hi}, {t.c3_lo, t.c3_hi}};
-  const float32x4_t al_re = vdupq_n_f32(alpha->real());
-  const float32x4_t al_im = vdupq_n_f32(alpha->imag());
-  for (int j = 0; j < tiles.tile_n; ++j) {
-    float* cj = reinterpret_cast<float*>(c + j * ldc);
-    for (int h = 0; h < 2; ++h) {
-      const float32x4_t product = vaddq_f32(acc[2 * j][h], swapneg(acc[2 * j + 1][h]));
-      const float32x4_t p = vmulq_f32(al_re, product);
-      const float32x4_t q = vmulq_f32(al_im, product);
-      const float32x4_t scaled = clear ? p : vaddq_f32(p, vld1q_f32(cj + 4 * h));
-      vst1q_f32(cj + 4 * h, vaddq_f32(scaled, swapneg(q)));
-    }
-  }
+  neon_cfloat::store_complex_tile(acc, alpha, c, ldc, clear);
 }
 
 template <> std::shared_ptr<kernel_object<cfloat>> make_kernel_neon_fma_scalar<cfloat>() {

@@ -10,6 +10,7 @@
 #include <complex>
 #include <memory>
 
+#include "kernels/neon/neon_cfloat_tile_end.h"
 #include "kernels/neon/neon_float_tile_mla.h"
 
 #if defined(__ARM_FEATURE_FMA)
@@ -29,34 +30,21 @@ static_assert(mla_blocking<cfloat>::value.tile_m * 2 == neon_mla::mr &&
               mla_blocking<cfloat>::value.tile_n * 2 == neon_mla::nr);
 static_assert(sizeof(cfloat) == 2 * sizeof(float), "panels are interleaved real and imaginary parts");
 
-// (x0, x1, x2, x3) -> (-x1, x0, -x3, x2): i times each of the two complex numbers in the register. The
-// sign is flipped by its bit, so the result is exact.
-inline float32x4_t swapneg(float32x4_t x) {
-  const uint32x4_t sign = {0x80000000u, 0u, 0x80000000u, 0u};
-  return vreinterpretq_f32_u32(veorq_u32(vreinterpretq_u32_f32(vrev64q_f32(x)), sign));
-}
-
 }  // namespace
 
 // C (columns ldc apart) = alpha * A_panel * B_panel, or C + that. Per half column, two complex
 // elements: T = R + swapneg(I) is the product, P = alpha.re * T and Q = alpha.im * T, and the result is
-// (P + C) + swapneg(Q), or P + swapneg(Q) with no read of C when clear is set. C is touched once, at the
-// end, and is not prefetched.
+// (P + C) + swapneg(Q), or P + swapneg(Q) with no read of C when clear is set (the end step of
+// neon_cfloat_tile_end.h). C is touched once, at the end, and is not prefetched.
 void kernel_neon_mla<cfloat>::micro_kernel(const cfloat* alpha, int k, const cfloat* a, const cfloat* b, cfloat* c,
                                            int ldc, bool clear) const {
-  const neon_mla::tile_accumulators t = neon_mla::tile_product(k, reinterpret_cast<const float*>(a), reinterpret_cast<const float*>(b));
-  const float32x4_t al_re = vdupq_n_f32(alpha->real());
-  const float32x4_t al_im = vdupq_n_f32(alpha->imag());
-  for (int j = 0; j < tiles.tile_n; ++j) {
-    float* cj = reinterpret_cast<float*>(c + j * ldc);
-    for (int h = 0; h < 2; ++h) {
-      const float32x4_t product = vaddq_f32(t.acc[2 * j][h], swapneg(t.acc[2 * j + 1][h]));
-      const float32x4_t p = vmulq_f32(al_re, product);
-      const float32x4_t q = vmulq_f32(al_im, product);
-      const float32x4_t scaled = clear ? p : vaddq_f32(p, vld1q_f32(cj + 4 * h));
-      vst1q_f32(cj + 4 * h, vaddq_f32(scaled, swapneg(q)));
-    }
-  }
+  static_assert(tiles.tile_n == 2);
+  const neon_mla::tile_accumulators t =
+      neon_mla::tile_product(k, reinterpret_cast<const float*>(a), reinterpret_cast<const float*>(b));
+  // Passed as a fresh array, which GCC keeps in registers through the end step.
+  const float32x4_t acc[4][2] = {{t.acc[0][0], t.acc[0][1]}, {t.acc[1][0], t.acc[1][1]},
+                                 {t.acc[2][0], t.acc[2][1]}, {t.acc[3][0], t.acc[3][1]}};
+  neon_cfloat::store_complex_tile(acc, alpha, c, ldc, clear);
 }
 
 template <> std::shared_ptr<kernel_object<cfloat>> make_kernel_neon_mla<cfloat>() {
