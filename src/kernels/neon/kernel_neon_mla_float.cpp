@@ -6,7 +6,6 @@
 
 #include <arm_neon.h>
 
-#include <cmath>
 #include <memory>
 
 #include "kernels/neon/neon_float_tile_mla.h"
@@ -57,26 +56,12 @@ void kernel_neon_mla<float>::micro_kernel(const float* alpha, int k, const float
   }
 }
 
-// y = y + alpha * x (product rounded): groups of 16 with a prefetch 256 bytes ahead, then groups of 4,
-// then single elements on the scalar unit with a fused multiply-add.
+// y = y + alpha * x with the product rounded in the vector stages; the single elements at the end run
+// on the scalar unit with a fused multiply-add.
 void kernel_neon_mla<float>::axpy_kernel(int n, const float* alpha, const float* x, float* y) const {
-  if (n < 1) return;
-  const float al = *alpha;
-  const float32x4_t av = vdupq_n_f32(al);
-  const int n_by16 = n / 16 * 16, n_by4 = n / 4 * 4;
-  int i = 0;
-  for (; i < n_by16; i += 16) {
-    __builtin_prefetch(x + i + 256 / sizeof(float));
-    __builtin_prefetch(y + i + 256 / sizeof(float));
-    float32x4_t xv[4], yv[4];
-    for (int q = 0; q < 4; ++q) {
-      xv[q] = vld1q_f32(x + i + 4 * q);
-      yv[q] = vld1q_f32(y + i + 4 * q);
-    }
-    for (int q = 0; q < 4; ++q) vst1q_f32(y + i + 4 * q, vmlaq_f32(yv[q], av, xv[q]));
-  }
-  for (; i < n_by4; i += 4) vst1q_f32(y + i, vmlaq_f32(vld1q_f32(y + i), av, vld1q_f32(x + i)));
-  for (; i < n; ++i) y[i] = std::fma(al, x[i], y[i]);
+  neon_real::axpy_float(n, *alpha, x, y, [](float32x4_t yv, float32x4_t av, float32x4_t xv) {
+    return vmlaq_f32(yv, av, xv);
+  });
 }
 
 void kernel_neon_mla<float>::scal_kernel(int n, const float* alpha, float* x) const {

@@ -1,5 +1,5 @@
 // Bodies that the NEON kernels of float and double share whatever their multiply-add: the unrolled tile
-// packers and scal_kernel. Each kernel file calls them from its own overrides.
+// packers, scal_kernel, and the stages of the float axpy_kernel with the vector step passed in. Each kernel file calls them from its own overrides.
 //
 // The including files are built for different instruction sets (the *_vfpv4.cpp files with VFPv4, the
 // others with the NEON baseline). Everything here has internal linkage, so each file keeps its own copy
@@ -12,6 +12,7 @@
 
 #include <arm_neon.h>
 
+#include <cmath>
 #include <cstddef>
 #include <cstring>
 
@@ -99,6 +100,29 @@ struct block4 {
     for (int s = 0; s < 16; ++s) dst[s] = v[s % 4][s / 4];
   }
 };
+
+// y = y + alpha * x: groups of 16 with a prefetch of both vectors 256 bytes ahead, then groups of 4, each
+// through `step(y, alpha, x)` (the kernel's fused or rounded vector multiply-add), then single elements
+// on the scalar unit, always with one fused multiply-add.
+template <typename Step>
+inline void axpy_float(int n, float alpha, const float* x, float* y, Step step) {
+  if (n < 1) return;
+  const float32x4_t av = vdupq_n_f32(alpha);
+  const int n_by16 = n / 16 * 16, n_by4 = n / 4 * 4;
+  int i = 0;
+  for (; i < n_by16; i += 16) {
+    __builtin_prefetch(x + i + 256 / sizeof(float));
+    __builtin_prefetch(y + i + 256 / sizeof(float));
+    float32x4_t xv[4], yv[4];
+    for (int q = 0; q < 4; ++q) {
+      xv[q] = vld1q_f32(x + i + 4 * q);
+      yv[q] = vld1q_f32(y + i + 4 * q);
+    }
+    for (int q = 0; q < 4; ++q) vst1q_f32(y + i + 4 * q, step(yv[q], av, xv[q]));
+  }
+  for (; i < n_by4; i += 4) vst1q_f32(y + i, step(vld1q_f32(y + i), av, vld1q_f32(x + i)));
+  for (; i < n; ++i) y[i] = std::fma(alpha, x[i], y[i]);
+}
 
 // x = x * alpha (a rounded product): groups of 16 with a prefetch of x 256 bytes ahead, groups of 4,
 // then single elements. Alpha zero stores zeros without reading x, so NaN and infinity there are gone.
