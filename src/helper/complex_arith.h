@@ -88,4 +88,11 @@ template <typename T> inline T add(const T& x, const T& y) {
   else return T(x.real() + y.real(), x.imag() + y.imag());
 }
 
+// c + s*t for any element type: one fused multiply-add for real types, the full complex product and then
+// one addition per part for complex ones. Every scalar update of the library goes through it.
+template <typename T> inline T multiply_add(const T& s, const T& t, const T& c) {
+  if constexpr (std::is_same_v<T, float> || std::is_same_v<T, double>) return std::fma(s, t, c);
+  else return add(c, cmul(s, t));
+}
+
 }  // namespace kovra::helper

@@ -53,5 +53,11 @@ template <typename T> inline bool is_zero(const T& v) {
   else return v == 0;
 }
 
+// Exact comparison with one; a complex value is one only if its imaginary part is zero.
+template <typename T> inline bool is_one(const T& v) {
+  if constexpr (is_complex_v<T>) return v.real() == 1 && v.imag() == 0;
+  else return v == 1;
+}
+
 }  // namespace helper
 }  // namespace kovra

@@ -24,12 +24,7 @@ template <typename T> inline void clear_elements(T* x, int n) {
   std::memset(static_cast<void*>(x), 0, static_cast<std::size_t>(n) * sizeof(T));
 }
 
-// c + s*t for one element: one fused multiply-add for the real types, the full complex product and
-// two separate additions for the complex ones.
-template <typename T> inline T multiply_add(const T& s, const T& t, const T& c) {
-  if constexpr (is_complex_v<T>) return helper::add(c, helper::cmul(s, t));
-  else return std::fma(s, t, c);
-}
+using helper::multiply_add;
 
 }  // namespace
 

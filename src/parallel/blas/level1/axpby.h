@@ -23,8 +23,7 @@ template <typename T>
 void axpby_serial(int n, T alpha, const T* x, int incx, T beta, T* y, int incy, int begin, int end) {
   if (!helper::is_zero(alpha)) {
     walk_pair(n, incx, incy, begin, end, [&](std::ptrdiff_t ix, std::ptrdiff_t iy) {
-      if constexpr (is_complex_v<T>) y[iy] = helper::add(helper::cmul(alpha, x[ix]), helper::cmul(beta, y[iy]));
-      else y[iy] = std::fma(alpha, x[ix], beta * y[iy]);
+      y[iy] = helper::multiply_add(alpha, x[ix], helper::mul(beta, y[iy]));
     });
   } else if (!helper::is_zero(beta)) {
     walk_pair(n, incx, incy, begin, end, [&](std::ptrdiff_t, std::ptrdiff_t iy) { y[iy] = helper::mul(y[iy], beta); });

@@ -19,8 +19,7 @@ namespace kovra::parallel::blas {
 template <typename T>
 void axpy_strided(int n, T alpha, const T* x, int incx, T* y, int incy, int begin, int end) {
   walk_pair(n, incx, incy, begin, end, [&](std::ptrdiff_t ix, std::ptrdiff_t iy) {
-    if constexpr (is_complex_v<T>) y[iy] = helper::add(y[iy], helper::cmul(alpha, x[ix]));
-    else y[iy] = std::fma(alpha, x[ix], y[iy]);
+    y[iy] = helper::multiply_add(alpha, x[ix], y[iy]);
   });
 }
 

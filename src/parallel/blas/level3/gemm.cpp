@@ -35,7 +35,7 @@ void gemm(char transa, char transb, int m, int n, int k, T alpha, const T* a, in
     return;
   }
   if (m == 0 || n == 0) return;
-  if ((k == 0 || helper::is_zero(alpha)) && is_one(beta)) return;
+  if ((k == 0 || helper::is_zero(alpha)) && helper::is_one(beta)) return;
   if (m <= serial_cutoff && n <= serial_cutoff && k <= serial_cutoff) {
     small_gemm(transa, transb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
     return;

@@ -14,22 +14,11 @@
 
 namespace kovra::parallel::blas {
 
-// c + s*t: one fused operation for real types, product then two additions for complex ones.
-template <typename T> inline T multiply_add(const T& s, const T& t, const T& c) {
-  if constexpr (is_complex_v<T>) return helper::add(c, helper::cmul(s, t));
-  else return std::fma(s, t, c);
-}
-
-template <typename T> inline bool is_one(const T& v) {
-  if constexpr (is_complex_v<T>) return v.real() == 1 && v.imag() == 0;
-  else return v == 1;
-}
-
 // Column j of C (m elements) prepared for accumulation: beta 0 clears it unread, beta 1 leaves it.
 template <typename T> inline void scale_column(T* column, int m, const T& beta) {
   if (helper::is_zero(beta)) {
     std::memset(static_cast<void*>(column), 0, sizeof(T) * m);
-  } else if (!is_one(beta)) {
+  } else if (!helper::is_one(beta)) {
     for (int i = 0; i < m; ++i) column[i] = helper::mul(beta, column[i]);
   }
 }
@@ -38,7 +27,7 @@ template <typename T>
 void small_gemm(char transa, char transb, int m, int n, int k, T alpha, const T* a, int lda, const T* b, int ldb,
                 T beta, T* c, int ldc) {
   if (m == 0 || n == 0) return;
-  if ((k == 0 || helper::is_zero(alpha)) && is_one(beta)) return;
+  if ((k == 0 || helper::is_zero(alpha)) && helper::is_one(beta)) return;
   const char ta = transa & 0xDF, tb = transb & 0xDF;
   const bool nota = ta == 'N', notb = tb == 'N', conja = ta == 'C', conjb = tb == 'C';
   auto A = [&](int i, int l) { return a[i + static_cast<long>(l) * lda]; };
@@ -56,7 +45,7 @@ void small_gemm(char transa, char transb, int m, int n, int k, T alpha, const T*
         const T bl = notb ? B(l, j) : helper::CONJG(conjb, B(j, l));
         if (helper::is_zero(bl)) continue;
         const T temp = helper::mul(alpha, bl);
-        for (int i = 0; i < m; ++i) cj[i] = multiply_add(temp, A(i, l), cj[i]);
+        for (int i = 0; i < m; ++i) cj[i] = helper::multiply_add(temp, A(i, l), cj[i]);
       }
     }
     return;
@@ -67,10 +56,10 @@ void small_gemm(char transa, char transb, int m, int n, int k, T alpha, const T*
       T temp = T(0);
       for (int l = 0; l < k; ++l) {
         const T y = notb ? B(l, j) : helper::CONJG(conjb, B(j, l));
-        temp = multiply_add(helper::CONJG(conja, A(l, i)), y, temp);
+        temp = helper::multiply_add(helper::CONJG(conja, A(l, i)), y, temp);
       }
       // beta = 0: the old element is not read.
-      cj[i] = helper::is_zero(beta) ? helper::mul(alpha, temp) : multiply_add(alpha, temp, helper::mul(beta, cj[i]));
+      cj[i] = helper::is_zero(beta) ? helper::mul(alpha, temp) : helper::multiply_add(alpha, temp, helper::mul(beta, cj[i]));
     }
   }
 }
