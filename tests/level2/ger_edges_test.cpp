@@ -3,7 +3,6 @@
 // (Fortran and CBLAS in both orders, with the row-major GERC that runs as GERU on a conjugated copy).
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <array>
 #include <complex>
 #include <limits>
@@ -224,21 +223,6 @@ TYPED_TEST(GerEdges, BothEntryFormsInBothOrders) {
     EXPECT_TRUE(x.guards_intact());
     EXPECT_TRUE(y.guards_intact());
   }
-}
-
-TEST(GerEntries, FortranNamesAreOneRoutine) {
-  const int m = 9, n = 2, inc = 1, lda = 9;
-  const double alpha = 2;
-  const std::vector<double> x(m, 1.5), y = {1, -1};
-  std::vector<double> a1(lda * n, 1), a2 = a1, a3 = a1;
-  dger_(&m, &n, &alpha, x.data(), &inc, y.data(), &inc, a1.data(), &lda);
-  dger(&m, &n, &alpha, x.data(), &inc, y.data(), &inc, a2.data(), &lda);
-  DGER(&m, &n, &alpha, x.data(), &inc, y.data(), &inc, a3.data(), &lda);
-  std::vector<double> want(lda * n, 4);
-  std::fill(want.begin() + lda, want.end(), -2);
-  EXPECT_EQ(a1, want);
-  EXPECT_EQ(a2, want);
-  EXPECT_EQ(a3, want);
 }
 
 // A row-major call reports the positions of the swapped call: N first, then M, incY at 5, incX at 7 and
