@@ -46,6 +46,7 @@ struct bench_case {
 
 std::vector<bench_case> level1_cases();
 std::vector<bench_case> level3_cases();
+std::vector<bench_case> rank_update_cases();
 
 // Every case, in table order.
 std::vector<bench_case> all_cases();

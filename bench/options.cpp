@@ -99,6 +99,7 @@ std::string usage(const std::vector<std::string>& case_lines) {
        << "  --help             this text\n\n"
        << "Cases (family, name, sizes; * marks the run without --cases):\n";
   for (const auto& line : case_lines) text << "  " << line << "\n";
+  text << "DGER updates a square column-major A of size n, A = alpha x y^T + A.\n";
   text << "GEMM cases are square column-major products of size n, C = alpha op(A) B + beta C, op(A) = A^T\n"
        << "for the _TN cases; the _CALLS cases count calls per second at small sizes.\n";
   return text.str();

@@ -62,6 +62,22 @@ void cblas_zswap(int n, void* x, int incx, void* y, int incy);
 float cblas_scabs1(const void* z);
 double cblas_dcabs1(const void* z);
 
+/* ---- Level 2: rank-one updates ---- */
+
+/* A := alpha*x*y^T + A (GER, GERU) and A := alpha*x*y^H + A (GERC) */
+void cblas_sger(CBLAS_ORDER order, int m, int n, float alpha, const float* x, int incx, const float* y, int incy,
+                float* a, int lda);
+void cblas_dger(CBLAS_ORDER order, int m, int n, double alpha, const double* x, int incx, const double* y, int incy,
+                double* a, int lda);
+void cblas_cgeru(CBLAS_ORDER order, int m, int n, const void* alpha, const void* x, int incx, const void* y, int incy,
+                 void* a, int lda);
+void cblas_zgeru(CBLAS_ORDER order, int m, int n, const void* alpha, const void* x, int incx, const void* y, int incy,
+                 void* a, int lda);
+void cblas_cgerc(CBLAS_ORDER order, int m, int n, const void* alpha, const void* x, int incx, const void* y, int incy,
+                 void* a, int lda);
+void cblas_zgerc(CBLAS_ORDER order, int m, int n, const void* alpha, const void* x, int incx, const void* y, int incy,
+                 void* a, int lda);
+
 /* ---- Level 3 ---- */
 
 void cblas_sgemm(CBLAS_ORDER order, CBLAS_TRANSPOSE transa, CBLAS_TRANSPOSE transb, int m, int n, int k, float alpha,

@@ -66,6 +66,28 @@ KOVRA_FORTRAN_NAMES(void, zswap, ZSWAP, (const int* n, void* x, const int* incx,
 KOVRA_FORTRAN_NAMES(float, scabs1, SCABS1, (const void* z));
 KOVRA_FORTRAN_NAMES(double, dcabs1, DCABS1, (const void* z));
 
+/* ---- Level 2: rank-one updates ---- */
+
+/* A := alpha*x*y^T + A (GER, GERU) and A := alpha*x*y^H + A (GERC) */
+KOVRA_FORTRAN_NAMES(void, sger, SGER,
+                    (const int* m, const int* n, const float* alpha, const float* x, const int* incx,
+                     const float* y, const int* incy, float* a, const int* lda));
+KOVRA_FORTRAN_NAMES(void, dger, DGER,
+                    (const int* m, const int* n, const double* alpha, const double* x, const int* incx,
+                     const double* y, const int* incy, double* a, const int* lda));
+KOVRA_FORTRAN_NAMES(void, cgeru, CGERU,
+                    (const int* m, const int* n, const void* alpha, const void* x, const int* incx,
+                     const void* y, const int* incy, void* a, const int* lda));
+KOVRA_FORTRAN_NAMES(void, zgeru, ZGERU,
+                    (const int* m, const int* n, const void* alpha, const void* x, const int* incx,
+                     const void* y, const int* incy, void* a, const int* lda));
+KOVRA_FORTRAN_NAMES(void, cgerc, CGERC,
+                    (const int* m, const int* n, const void* alpha, const void* x, const int* incx,
+                     const void* y, const int* incy, void* a, const int* lda));
+KOVRA_FORTRAN_NAMES(void, zgerc, ZGERC,
+                    (const int* m, const int* n, const void* alpha, const void* x, const int* incx,
+                     const void* y, const int* incy, void* a, const int* lda));
+
 /* ---- Level 3 ---- */
 
 /* C := alpha*op(A)*op(B) + beta*C, op one of 'N', 'T', 'C' */

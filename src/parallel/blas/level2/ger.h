@@ -1,0 +1,200 @@
+// The rank-one updates A := alpha*x*y^T + A (GER for real types, GERU for complex ones) and
+// A := alpha*x*y^H + A (GERC): serial forms, the per-call records with their tile bodies, and the fronts
+// that the SGER, DGER, CGERU, ZGERU, CGERC and ZGERC entries call.
+//
+// The three routines are one body parameterised by rank_one_form, which fixes the name in reports and
+// whether y is conjugated. A tile owns whole columns of A with the matching slice of y and reads all of x,
+// so tiles of one call never write the same element.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <type_traits>
+
+#include "error/error.h"
+#include "helper/complex_arith.h"
+#include "helper/helper.h"
+#include "kernels/get_kernel.h"
+#include "parallel/blas/level1/logical_element.h"
+#include "parallel/blas/level2/vector_primitives.h"
+#include "threading/launch.h"
+#include "threading/scratch.h"
+
+namespace kovra::parallel::blas {
+
+enum class rank_one_form { ger, geru, gerc };
+
+// The family name that reports carry: no precision letter, one trailing blank.
+constexpr const char* rank_one_name(rank_one_form form) {
+  return form == rank_one_form::ger ? "GER " : form == rank_one_form::geru ? "GERU " : "GERC ";
+}
+
+template <rank_one_form Form, typename T>
+constexpr void check_rank_one_form() {
+  static_assert((Form == rank_one_form::ger) != is_complex_v<T>, "GER is for real types, GERU and GERC for complex");
+}
+
+// The position of the first bad argument in (M, N, ALPHA, X, INCX, Y, INCY, A, LDA), or 0.
+inline int first_bad_ger_argument(int m, int n, int incx, int incy, int lda) {
+  if (m < 0) return 1;
+  if (n < 0) return 2;
+  if (incx == 0) return 5;
+  if (incy == 0) return 7;
+  if (lda < helper::MAX(1, m)) return 9;
+  return 0;
+}
+
+// The column loop: column j of A gets alpha*t*x with t = y logical j (conjugated for GERC). A zero t
+// skips its column, so A's column is not even read and NaN in it stays as it was.
+template <rank_one_form Form, typename T>
+void rank_one_columns(int m, int n, T alpha, const T* x, int incx, const T* y, int incy, T* a, int lda) {
+  std::ptrdiff_t iy = logical_offset(0, n, incy);
+  for (int j = 0; j < n; ++j, iy += incy) {
+    const T t = helper::CONJG<T>(Form == rank_one_form::gerc, y[iy]);
+    if (helper::is_zero(t)) continue;
+    vec_axpy_gather(m, helper::mul(alpha, t), x, incx, a + std::ptrdiff_t{lda} * j);
+  }
+}
+
+// The serial routine: validation, quick return, then the column loop on the calling thread. The tiles
+// call it on their own columns as well, where the checks always pass.
+template <rank_one_form Form, typename T>
+void rank_one_serial(int m, int n, T alpha, const T* x, int incx, const T* y, int incy, T* a, int lda) {
+  check_rank_one_form<Form, T>();
+  if (const int position = first_bad_ger_argument(m, n, incx, incy, lda)) {
+    error::xerbla(rank_one_name(Form), position);
+    return;
+  }
+  if (m == 0 || n == 0 || helper::is_zero(alpha)) return;
+  rank_one_columns<Form>(m, n, alpha, x, incx, y, incy, a, lda);
+}
+
+// The same for contiguous x and y (the gathered copies of the packed tile path): with no increments
+// only M, N and LDA can be bad.
+template <rank_one_form Form, typename T>
+void rank_one_serial_unit(int m, int n, T alpha, const T* x, const T* y, T* a, int lda) {
+  check_rank_one_form<Form, T>();
+  if (const int position = first_bad_ger_argument(m, n, 1, 1, lda)) {
+    error::xerbla(rank_one_name(Form), position);
+    return;
+  }
+  if (m == 0 || n == 0 || helper::is_zero(alpha)) return;
+  rank_one_columns<Form>(m, n, alpha, x, 1, y, 1, a, lda);
+}
+
+// Whether a tile may gather x (m elements) and its y slice (s elements) into the worker's scratch: the
+// 4096 bytes pay for rounding the slice's start up to a page boundary. Counted in 64 bits, since m + s
+// elements of 16 bytes overflow a 32-bit size.
+template <typename T>
+bool rank_one_gather_fits(int m, int s) {
+  const std::uint64_t bytes = (std::uint64_t(m) + std::uint64_t(s)) * sizeof(T) + threading::scratch_alignment;
+  return bytes < threading::scratch_bytes;
+}
+
+// The call's arguments as given, shared read-only by all tiles; ger_object, geru_object and gerc_object
+// below are this record under their routine's name.
+template <rank_one_form Form, typename T>
+struct rank_one_object {
+  int m;
+  int n;
+  T alpha;
+  const T* x;
+  int incx;
+  const T* y;
+  int incy;
+  T* a;
+  int lda;
+
+  // Columns [first_n, last_n) with all rows (the row range is always [0, m)). The slice pointer is
+  // placed so that the negative-increment rule over the slice's own length reaches logical elements
+  // first_n .. last_n - 1 of y. When both vectors are strided they are gathered so that the columns run
+  // through the kernel's axpy; a strided vector alone is read in place.
+  void run_tile(threading::scratch* scratch, int, int, int first_n, int last_n) const {
+    const int s = last_n - first_n;
+    T* const columns = a + std::ptrdiff_t{lda} * first_n;
+    const T* const y_slice =
+        incy > 0 ? y + std::ptrdiff_t{incy} * first_n : y + std::ptrdiff_t{incy} * (last_n - n);
+    if (incx != 1 && incy != 1 && rank_one_gather_fits<T>(m, s)) {
+      T* const x_copy = reinterpret_cast<T*>(scratch);
+      const std::uintptr_t x_end = reinterpret_cast<std::uintptr_t>(x_copy + m);
+      T* const y_copy = reinterpret_cast<T*>((x_end + (threading::scratch_alignment - 1)) &
+                                             ~std::uintptr_t{threading::scratch_alignment - 1});
+      vec_gather(m, x, incx, x_copy);
+      vec_gather(s, y_slice, incy, y_copy);
+      rank_one_serial_unit<Form>(m, s, alpha, x_copy, y_copy, columns, lda);
+    } else {
+      rank_one_serial<Form>(m, s, alpha, x, incx, y_slice, incy, columns, lda);
+    }
+  }
+};
+
+template <typename T> struct ger_object : rank_one_object<rank_one_form::ger, T> {};
+template <typename T> struct geru_object : rank_one_object<rank_one_form::geru, T> {};
+template <typename T> struct gerc_object : rank_one_object<rank_one_form::gerc, T> {};
+
+template <rank_one_form Form, typename T>
+using rank_one_record = std::conditional_t<Form == rank_one_form::ger, ger_object<T>,
+                                           std::conditional_t<Form == rank_one_form::geru, geru_object<T>,
+                                                              gerc_object<T>>>;
+
+// Validation, quick return (alpha = 0 returns before x, y or A is read), the serial cut-off (both
+// dimensions at most serial_cutoff), otherwise one task per share of the columns, rows kept whole. The
+// kernel is fetched only for its column grain.
+template <rank_one_form Form, typename T>
+void rank_one_front(int m, int n, T alpha, const T* x, int incx, const T* y, int incy, T* a, int lda) {
+  check_rank_one_form<Form, T>();
+  if (const int position = first_bad_ger_argument(m, n, incx, incy, lda)) {
+    error::xerbla(rank_one_name(Form), position);
+    return;
+  }
+  if (m == 0 || n == 0 || helper::is_zero(alpha)) return;
+  if (m <= serial_cutoff && n <= serial_cutoff) {
+    rank_one_serial<Form>(m, n, alpha, x, incx, y, incy, a, lda);
+    return;
+  }
+  const int tile_n = kernels::get_kernel<T>()->tile_n;
+  const rank_one_record<Form, T> record{{m, n, alpha, x, incx, y, incy, a, lda}};
+  threading::launch_grid(m, m, n, tile_n, &record);
+}
+
+// The routines under their own names.
+template <typename T>
+void ger_front(int m, int n, T alpha, const T* x, int incx, const T* y, int incy, T* a, int lda) {
+  rank_one_front<rank_one_form::ger>(m, n, alpha, x, incx, y, incy, a, lda);
+}
+template <typename T>
+void geru_front(int m, int n, T alpha, const T* x, int incx, const T* y, int incy, T* a, int lda) {
+  rank_one_front<rank_one_form::geru>(m, n, alpha, x, incx, y, incy, a, lda);
+}
+template <typename T>
+void gerc_front(int m, int n, T alpha, const T* x, int incx, const T* y, int incy, T* a, int lda) {
+  rank_one_front<rank_one_form::gerc>(m, n, alpha, x, incx, y, incy, a, lda);
+}
+
+template <typename T>
+void ger_serial(int m, int n, T alpha, const T* x, int incx, const T* y, int incy, T* a, int lda) {
+  rank_one_serial<rank_one_form::ger>(m, n, alpha, x, incx, y, incy, a, lda);
+}
+template <typename T>
+void geru_serial(int m, int n, T alpha, const T* x, int incx, const T* y, int incy, T* a, int lda) {
+  rank_one_serial<rank_one_form::geru>(m, n, alpha, x, incx, y, incy, a, lda);
+}
+template <typename T>
+void gerc_serial(int m, int n, T alpha, const T* x, int incx, const T* y, int incy, T* a, int lda) {
+  rank_one_serial<rank_one_form::gerc>(m, n, alpha, x, incx, y, incy, a, lda);
+}
+
+template <typename T>
+void ger_serial_unit(int m, int n, T alpha, const T* x, const T* y, T* a, int lda) {
+  rank_one_serial_unit<rank_one_form::ger>(m, n, alpha, x, y, a, lda);
+}
+template <typename T>
+void geru_serial_unit(int m, int n, T alpha, const T* x, const T* y, T* a, int lda) {
+  rank_one_serial_unit<rank_one_form::geru>(m, n, alpha, x, y, a, lda);
+}
+template <typename T>
+void gerc_serial_unit(int m, int n, T alpha, const T* x, const T* y, T* a, int lda) {
+  rank_one_serial_unit<rank_one_form::gerc>(m, n, alpha, x, y, a, lda);
+}
+
+}  // namespace kovra::parallel::blas
