@@ -96,41 +96,36 @@ TEST(RotationEntries, Rotmg) {
 // change the result; 12 elements take the tiled path.
 constexpr int n = 12, incx = 2, incy = -3;
 
+// Runs the routine and then each entry form (all given x and y) on the same strided vectors.
+template <typename T, typename Routine, typename... Calls>
+void expect_vector_forms_agree(Routine routine, Calls... calls) {
+  using ops = std::vector<std::vector<T>>;
+  auto on_vectors = [](auto call) {
+    return [call](ops& v) {
+      strided_vector<T> x(n, incx, v[0]), y(n, incy, v[1]);
+      call(x.data(), y.data());
+      v = {x.logical(), y.logical()};
+    };
+  };
+  expect_forms_agree<T>({random_values<T>(n, 1), random_values<T>(n, 2)}, on_vectors(routine), on_vectors(calls)...);
+}
+
 template <typename T, typename Fortran, typename Cblas>
 void check_rot_entries(const std::array<Fortran, 3>& names, Cblas cblas_form) {
-  using R = real_t<T>;
-  const R c = 0.28, s = -0.96;
-  using ops = std::vector<std::vector<T>>;
-  auto apply = [](ops& v, auto call) {
-    strided_vector<T> x(n, incx, v[0]), y(n, incy, v[1]);
-    call(x.data(), y.data());
-    v = {x.logical(), y.logical()};
-  };
-  auto fortran = [&](auto entry) {
-    return [&, entry](ops& v) { apply(v, [&](T* x, T* y) { entry(&n, x, &incx, y, &incy, &c, &s); }); };
-  };
-  expect_forms_agree<T>({random_values<T>(n, 1), random_values<T>(n, 2)},
-                        [&](ops& v) { apply(v, [&](T* x, T* y) { parallel::blas::rot(n, x, incx, y, incy, c, s); }); },
-                        fortran(names[0]), fortran(names[1]), fortran(names[2]),
-                        [&](ops& v) { apply(v, [&](T* x, T* y) { cblas_form(n, x, incx, y, incy, c, s); }); });
+  const real_t<T> c = 0.28, s = -0.96;
+  auto fortran = [&](Fortran entry) { return [&, entry](T* x, T* y) { entry(&n, x, &incx, y, &incy, &c, &s); }; };
+  expect_vector_forms_agree<T>([&](T* x, T* y) { parallel::blas::rot(n, x, incx, y, incy, c, s); },
+                               fortran(names[0]), fortran(names[1]), fortran(names[2]),
+                               [&](T* x, T* y) { cblas_form(n, x, incx, y, incy, c, s); });
 }
 
 template <typename R, typename Fortran, typename Cblas>
 void check_rotm_entries(const std::array<Fortran, 3>& names, Cblas cblas_form) {
   const R param[5] = {-1, 0.75, -0.5, 0.25, 1.5};
-  using ops = std::vector<std::vector<R>>;
-  auto apply = [](ops& v, auto call) {
-    strided_vector<R> x(n, incx, v[0]), y(n, incy, v[1]);
-    call(x.data(), y.data());
-    v = {x.logical(), y.logical()};
-  };
-  auto fortran = [&](auto entry) {
-    return [&, entry](ops& v) { apply(v, [&](R* x, R* y) { entry(&n, x, &incx, y, &incy, param); }); };
-  };
-  expect_forms_agree<R>({random_values<R>(n, 3), random_values<R>(n, 4)},
-                        [&](ops& v) { apply(v, [&](R* x, R* y) { parallel::blas::rotm(n, x, incx, y, incy, param); }); },
-                        fortran(names[0]), fortran(names[1]), fortran(names[2]),
-                        [&](ops& v) { apply(v, [&](R* x, R* y) { cblas_form(n, x, incx, y, incy, param); }); });
+  auto fortran = [&](Fortran entry) { return [&, entry](R* x, R* y) { entry(&n, x, &incx, y, &incy, param); }; };
+  expect_vector_forms_agree<R>([&](R* x, R* y) { parallel::blas::rotm(n, x, incx, y, incy, param); },
+                               fortran(names[0]), fortran(names[1]), fortran(names[2]),
+                               [&](R* x, R* y) { cblas_form(n, x, incx, y, incy, param); });
 }
 
 TEST(RotationEntries, RotAndRotm) {
