@@ -21,6 +21,10 @@ constexpr complex_double zaxpy_alpha{0.5, -0.25};
 constexpr double dscal_alpha = -1.0;
 constexpr double daxpby_alpha = 0.75;
 constexpr double daxpby_beta = 0.5;
+// A rotation by an angle whose cosine and sine are both far from 0 and 1, so both products matter;
+// c^2 + s^2 is 1 to rounding, so repeated calls keep the magnitudes.
+constexpr double drot_c = 0.6;
+constexpr double drot_s = 0.8;
 
 const std::vector<int> level1_sizes = {100000, 10000000};
 
@@ -28,6 +32,17 @@ const std::vector<int> level1_sizes = {100000, 10000000};
 // complex products), and the weighted checksum adds its own small error.
 template <typename T>
 constexpr double level1_rounding = 8 * std::numeric_limits<real_t<T>>::epsilon();
+
+// (x, y) := (c*x + s*y, c*y - s*x), element by element on the values before the step.
+void reference_rot(double c, double s, vector_pair<double>& v) {
+  double* x = v.x();
+  double* y = v.y();
+  for (int i = 0; i < v.n(); ++i) {
+    const double x0 = x[i], y0 = y[i];
+    x[i] = c * x0 + s * y0;
+    y[i] = c * y0 - s * x0;
+  }
+}
 
 // Binds the runners of a vector case to fresh operands of n elements. `call(f, v)` runs the routine
 // through the entry f, which is either ours or the peer's entry of the same name and type.
@@ -98,6 +113,10 @@ std::vector<bench_case> level1_cases() {
             daxpby(v.n(), daxpby_alpha, v.x(), 1, daxpby_beta, v.y(), 1);
           },
           [](vector_pair<double>& v) { reference_axpby(daxpby_alpha, daxpby_beta, v); }),
+      vector_case<double>(
+          "DROT", "cblas_drot", &cblas_drot, 4,
+          [](auto drot, vector_pair<double>& v) { drot(v.n(), v.x(), 1, v.y(), 1, drot_c, drot_s); },
+          [](vector_pair<double>& v) { reference_rot(drot_c, drot_s, v); }),
       vector_case<complex_double>(
           "ZAXPY", "cblas_zaxpy", &cblas_zaxpy, 3,
           [](auto zaxpy, vector_pair<complex_double>& v) { zaxpy(v.n(), &zaxpy_alpha, v.x(), 1, v.y(), 1); },

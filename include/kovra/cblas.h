@@ -58,6 +58,29 @@ void cblas_dswap(int n, double* x, int incx, double* y, int incy);
 void cblas_cswap(int n, void* x, int incx, void* y, int incy);
 void cblas_zswap(int n, void* x, int incx, void* y, int incy);
 
+/* ---- Level 1: rotations ---- */
+
+/* Generate a plane rotation: a := r, b := z, and c, s. CROTG and ZROTG measure with |Re v| throughout
+ * and leave cb as it was. */
+void cblas_srotg(float* a, float* b, float* c, float* s);
+void cblas_drotg(double* a, double* b, double* c, double* s);
+void cblas_crotg(void* ca, void* cb, float* c, void* s);
+void cblas_zrotg(void* ca, void* cb, double* c, void* s);
+
+/* Generate a modified rotation into param = (flag, h11, h21, h12, h22); y1 by value. */
+void cblas_srotmg(float* d1, float* d2, float* x1, float y1, float* param);
+void cblas_drotmg(double* d1, double* d2, double* x1, double y1, double* param);
+
+/* (x, y) := (c*x + s*y, c*y - s*x), c and s real */
+void cblas_srot(int n, float* x, int incx, float* y, int incy, float c, float s);
+void cblas_drot(int n, double* x, int incx, double* y, int incy, double c, double s);
+void cblas_csrot(int n, void* x, int incx, void* y, int incy, float c, float s);
+void cblas_zdrot(int n, void* x, int incx, void* y, int incy, double c, double s);
+
+/* (x, y) := H (x, y), H given by param as ROTMG leaves it */
+void cblas_srotm(int n, float* x, int incx, float* y, int incy, const float* param);
+void cblas_drotm(int n, double* x, int incx, double* y, int incy, const double* param);
+
 /* |Re z| + |Im z| of the complex value at z */
 float cblas_scabs1(const void* z);
 double cblas_dcabs1(const void* z);

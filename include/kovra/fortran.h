@@ -62,6 +62,39 @@ KOVRA_FORTRAN_NAMES(void, dswap, DSWAP, (const int* n, double* x, const int* inc
 KOVRA_FORTRAN_NAMES(void, cswap, CSWAP, (const int* n, void* x, const int* incx, void* y, const int* incy));
 KOVRA_FORTRAN_NAMES(void, zswap, ZSWAP, (const int* n, void* x, const int* incx, void* y, const int* incy));
 
+/* ---- Level 1: rotations ---- */
+
+/* Generate a plane rotation: a := r, b := z, and c, s. CROTG and ZROTG measure with |Re v| throughout
+ * and leave cb as it was. */
+KOVRA_FORTRAN_NAMES(void, srotg, SROTG, (float* a, float* b, float* c, float* s));
+KOVRA_FORTRAN_NAMES(void, drotg, DROTG, (double* a, double* b, double* c, double* s));
+KOVRA_FORTRAN_NAMES(void, crotg, CROTG, (void* ca, void* cb, float* c, void* s));
+KOVRA_FORTRAN_NAMES(void, zrotg, ZROTG, (void* ca, void* cb, double* c, void* s));
+
+/* Generate a modified rotation into param = (flag, h11, h21, h12, h22) */
+KOVRA_FORTRAN_NAMES(void, srotmg, SROTMG, (float* d1, float* d2, float* x1, const float* y1, float* param));
+KOVRA_FORTRAN_NAMES(void, drotmg, DROTMG, (double* d1, double* d2, double* x1, const double* y1, double* param));
+
+/* (x, y) := (c*x + s*y, c*y - s*x), c and s real */
+KOVRA_FORTRAN_NAMES(void, srot, SROT,
+                    (const int* n, float* x, const int* incx, float* y, const int* incy, const float* c,
+                     const float* s));
+KOVRA_FORTRAN_NAMES(void, drot, DROT,
+                    (const int* n, double* x, const int* incx, double* y, const int* incy, const double* c,
+                     const double* s));
+KOVRA_FORTRAN_NAMES(void, csrot, CSROT,
+                    (const int* n, void* x, const int* incx, void* y, const int* incy, const float* c,
+                     const float* s));
+KOVRA_FORTRAN_NAMES(void, zdrot, ZDROT,
+                    (const int* n, void* x, const int* incx, void* y, const int* incy, const double* c,
+                     const double* s));
+
+/* (x, y) := H (x, y), H given by param as ROTMG leaves it */
+KOVRA_FORTRAN_NAMES(void, srotm, SROTM,
+                    (const int* n, float* x, const int* incx, float* y, const int* incy, const float* param));
+KOVRA_FORTRAN_NAMES(void, drotm, DROTM,
+                    (const int* n, double* x, const int* incx, double* y, const int* incy, const double* param));
+
 /* |Re z| + |Im z| of the complex value at z */
 KOVRA_FORTRAN_NAMES(float, scabs1, SCABS1, (const void* z));
 KOVRA_FORTRAN_NAMES(double, dcabs1, DCABS1, (const void* z));

@@ -26,6 +26,9 @@ std::vector<std::string> routine_names() {
     for (const char* type : {"s", "d", "c", "z"}) names.push_back(std::string(type) + family);
   for (const char* name : {"csscal", "zdscal", "scabs1", "dcabs1"}) names.push_back(name);
   for (const char* name : {"sger", "dger", "cgeru", "zgeru", "cgerc", "zgerc"}) names.push_back(name);
+  for (const char* name : {"srotg", "drotg", "crotg", "zrotg", "srotmg", "drotmg", "srot", "drot", "csrot", "zdrot",
+                           "srotm", "drotm"})
+    names.push_back(name);
   return names;
 }
 
