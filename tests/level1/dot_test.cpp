@@ -87,7 +87,7 @@ TYPED_TEST(Dot, OneTileEqualsTheSerialForm) {
   using T = TypeParam;
   worker_scope scope(1);
   for (int n : {9, 17, 1015}) {
-    const auto x = random_values<T>(n, 3), y = random_values<T>(n, 5);
+    const auto x = random_values<T>(2 * n, 3), y = random_values<T>(n, 5);
     EXPECT_TRUE(same_bits(dot(n, x.data(), 1, y.data(), -1),
                           parallel::blas::dot_serial<T>(n, x.data(), 1, y.data(), -1)));
     EXPECT_TRUE(same_bits(dotc(n, x.data(), 2, y.data(), 1),

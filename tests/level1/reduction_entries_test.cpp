@@ -147,9 +147,9 @@ TEST(ReductionEntries, WideDotsTakeSbAndTheirArgumentsInOrder) {
 // A first-element maximum is position 0 in both forms: no entry adds 1.
 TEST(ReductionEntries, IndexEntriesAreZeroBased) {
   const double x[] = {-9, 1, 3, -3};
-  const int n = 4, one = 1;
+  const int n = 4, tail = 3, one = 1;
   EXPECT_EQ(idamax_(&n, x, &one), 0);
-  EXPECT_EQ(IDAMAX(&n, x + 1, &one), 1);
+  EXPECT_EQ(IDAMAX(&tail, x + 1, &one), 1);
   EXPECT_EQ(cblas_idamax(n, x, 1), 0);
   EXPECT_EQ(cblas_idamin(3, x + 1, 1), 0);
 }
