@@ -5,9 +5,9 @@
 // strictly better than best, it becomes best and i becomes pos. So the first of equal measures wins,
 // a NaN never wins, and a NaN in first place is never displaced. The scan below gives exactly that
 // position while reading the vector once, in blocks: a block's best measure is found over several
-// independent lanes (a loop the compiler vectorises, since picking the better of two values is exact
-// and so in any order gives the same block best), and only a block whose best beats the running best
-// is walked again, from cache, for the first position that holds it.
+// independent lanes, so that no comparison waits on the one before (picking the better of two values
+// is exact, so any grouping gives the same block best), and only a block whose best beats the running
+// best is walked again, from cache, for the first position that holds it.
 #pragma once
 
 #include <cmath>
@@ -37,7 +37,7 @@ namespace detail {
 // still in the first-level cache (512 complex<double> take 8 KiB).
 inline constexpr int scan_block = 512;
 
-// Independent lanes of the block scan: two vector registers' worth of measures on x86-64-v3.
+// Independent lanes of the block scan: 64 bytes of measures, enough to hide the latency of a compare.
 template <typename R> inline constexpr int scan_lanes = 64 / sizeof(R);
 
 // The better of kept and candidate; a NaN candidate never replaces what is kept.
