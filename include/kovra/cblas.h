@@ -101,6 +101,42 @@ void cblas_cgerc(CBLAS_ORDER order, int m, int n, const void* alpha, const void*
 void cblas_zgerc(CBLAS_ORDER order, int m, int n, const void* alpha, const void* x, int incx, const void* y, int incy,
                  void* a, int lda);
 
+/* ---- Level 1: reductions ---- */
+
+/* x^T y; the complex forms store x^T y (dotu) or conj(x)^T y (dotc) through `result` */
+float cblas_sdot(int n, const float* x, int incx, const float* y, int incy);
+double cblas_ddot(int n, const double* x, int incx, const double* y, int incy);
+void cblas_cdotu_sub(int n, const void* x, int incx, const void* y, int incy, void* result);
+void cblas_zdotu_sub(int n, const void* x, int incx, const void* y, int incy, void* result);
+void cblas_cdotc_sub(int n, const void* x, int incx, const void* y, int incy, void* result);
+void cblas_zdotc_sub(int n, const void* x, int incx, const void* y, int incy, void* result);
+
+/* float vectors, products summed in double; sdsdot adds sb (once per parallel tile and once more) */
+double cblas_dsdot(int n, const float* x, int incx, const float* y, int incy);
+float cblas_sdsdot(int n, float sb, const float* x, int incx, const float* y, int incy);
+
+/* sum of |Re x[i]| + |Im x[i]| */
+float cblas_sasum(int n, const float* x, int incx);
+double cblas_dasum(int n, const double* x, int incx);
+float cblas_scasum(int n, const void* x, int incx);
+double cblas_dzasum(int n, const void* x, int incx);
+
+/* Euclidean norm by scaled squares; the complex forms size both terms of an element by its real part */
+float cblas_snrm2(int n, const float* x, int incx);
+double cblas_dnrm2(int n, const double* x, int incx);
+float cblas_scnrm2(int n, const void* x, int incx);
+double cblas_dznrm2(int n, const void* x, int incx);
+
+/* 0-based position of the first element of largest (amax) or smallest (amin) |Re| + |Im| */
+int cblas_isamax(int n, const float* x, int incx);
+int cblas_idamax(int n, const double* x, int incx);
+int cblas_icamax(int n, const void* x, int incx);
+int cblas_izamax(int n, const void* x, int incx);
+int cblas_isamin(int n, const float* x, int incx);
+int cblas_idamin(int n, const double* x, int incx);
+int cblas_icamin(int n, const void* x, int incx);
+int cblas_izamin(int n, const void* x, int incx);
+
 /* ---- Level 3 ---- */
 
 void cblas_sgemm(CBLAS_ORDER order, CBLAS_TRANSPOSE transa, CBLAS_TRANSPOSE transb, int m, int n, int k, float alpha,

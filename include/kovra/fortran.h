@@ -121,6 +121,47 @@ KOVRA_FORTRAN_NAMES(void, zgerc, ZGERC,
                     (const int* m, const int* n, const void* alpha, const void* x, const int* incx,
                      const void* y, const int* incy, void* a, const int* lda));
 
+/* ---- Level 1: reductions ---- */
+
+/* x^T y; the complex forms store x^T y (DOTU) or conj(x)^T y (DOTC) through their first argument */
+KOVRA_FORTRAN_NAMES(float, sdot, SDOT, (const int* n, const float* x, const int* incx, const float* y, const int* incy));
+KOVRA_FORTRAN_NAMES(double, ddot, DDOT, (const int* n, const double* x, const int* incx, const double* y, const int* incy));
+KOVRA_FORTRAN_NAMES(void, cdotu, CDOTU,
+                    (void* result, const int* n, const void* x, const int* incx, const void* y, const int* incy));
+KOVRA_FORTRAN_NAMES(void, zdotu, ZDOTU,
+                    (void* result, const int* n, const void* x, const int* incx, const void* y, const int* incy));
+KOVRA_FORTRAN_NAMES(void, cdotc, CDOTC,
+                    (void* result, const int* n, const void* x, const int* incx, const void* y, const int* incy));
+KOVRA_FORTRAN_NAMES(void, zdotc, ZDOTC,
+                    (void* result, const int* n, const void* x, const int* incx, const void* y, const int* incy));
+
+/* float vectors, products summed in double; SDSDOT adds sb (once per parallel tile and once more) */
+KOVRA_FORTRAN_NAMES(double, dsdot, DSDOT, (const int* n, const float* x, const int* incx, const float* y, const int* incy));
+KOVRA_FORTRAN_NAMES(float, sdsdot, SDSDOT,
+                    (const int* n, const float* sb, const float* x, const int* incx, const float* y, const int* incy));
+
+/* sum of |Re x[i]| + |Im x[i]| */
+KOVRA_FORTRAN_NAMES(float, sasum, SASUM, (const int* n, const float* x, const int* incx));
+KOVRA_FORTRAN_NAMES(double, dasum, DASUM, (const int* n, const double* x, const int* incx));
+KOVRA_FORTRAN_NAMES(float, scasum, SCASUM, (const int* n, const void* x, const int* incx));
+KOVRA_FORTRAN_NAMES(double, dzasum, DZASUM, (const int* n, const void* x, const int* incx));
+
+/* Euclidean norm by scaled squares; the complex forms size both terms of an element by its real part */
+KOVRA_FORTRAN_NAMES(float, snrm2, SNRM2, (const int* n, const float* x, const int* incx));
+KOVRA_FORTRAN_NAMES(double, dnrm2, DNRM2, (const int* n, const double* x, const int* incx));
+KOVRA_FORTRAN_NAMES(float, scnrm2, SCNRM2, (const int* n, const void* x, const int* incx));
+KOVRA_FORTRAN_NAMES(double, dznrm2, DZNRM2, (const int* n, const void* x, const int* incx));
+
+/* 0-based position of the first element of largest (AMAX) or smallest (AMIN) |Re| + |Im| */
+KOVRA_FORTRAN_NAMES(int, isamax, ISAMAX, (const int* n, const float* x, const int* incx));
+KOVRA_FORTRAN_NAMES(int, idamax, IDAMAX, (const int* n, const double* x, const int* incx));
+KOVRA_FORTRAN_NAMES(int, icamax, ICAMAX, (const int* n, const void* x, const int* incx));
+KOVRA_FORTRAN_NAMES(int, izamax, IZAMAX, (const int* n, const void* x, const int* incx));
+KOVRA_FORTRAN_NAMES(int, isamin, ISAMIN, (const int* n, const float* x, const int* incx));
+KOVRA_FORTRAN_NAMES(int, idamin, IDAMIN, (const int* n, const double* x, const int* incx));
+KOVRA_FORTRAN_NAMES(int, icamin, ICAMIN, (const int* n, const void* x, const int* incx));
+KOVRA_FORTRAN_NAMES(int, izamin, IZAMIN, (const int* n, const void* x, const int* incx));
+
 /* ---- Level 3 ---- */
 
 /* C := alpha*op(A)*op(B) + beta*C, op one of 'N', 'T', 'C' */

@@ -29,7 +29,18 @@ std::vector<std::string> routine_names() {
   for (const char* name : {"srotg", "drotg", "crotg", "zrotg", "srotmg", "drotmg", "srot", "drot", "csrot", "zdrot",
                            "srotm", "drotm"})
     names.push_back(name);
+  for (const char* name : {"sdot", "ddot", "cdotu", "zdotu", "cdotc", "zdotc", "dsdot", "sdsdot", "sasum", "dasum",
+                           "scasum", "dzasum", "snrm2", "dnrm2", "scnrm2", "dznrm2", "isamax", "idamax", "icamax",
+                           "izamax", "isamin", "idamin", "icamin", "izamin"})
+    names.push_back(name);
   return names;
+}
+
+// The cblas_ name of a routine; the complex dots store their result through a pointer and carry _sub.
+std::string cblas_name(const std::string& lower) {
+  for (const char* name : {"cdotu", "zdotu", "cdotc", "zdotc"})
+    if (lower == name) return "cblas_" + lower + "_sub";
+  return "cblas_" + lower;
 }
 
 std::string upper(std::string s) {
@@ -44,7 +55,7 @@ const char* const single_names[] = {"android_getCpuFamily", "android_getCpuFeatu
 
 std::set<std::string> expected_exports() {
   std::set<std::string> names(std::begin(single_names), std::end(single_names));
-  for (const std::string& lower : routine_names()) names.insert({upper(lower), lower, lower + "_", "cblas_" + lower});
+  for (const std::string& lower : routine_names()) names.insert({upper(lower), lower, lower + "_", cblas_name(lower)});
   return names;
 }
 
