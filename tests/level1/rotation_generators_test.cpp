@@ -140,6 +140,7 @@ TYPED_TEST(RealGenerators, RotmgFlagsAndPartialStores) {
   using R = TypeParam;
   const R S = sentinel<R>();
   const R u = R(1.25);  // 1 + h12*(-h21) = 1 + 0.25 in the two unscaled cases below
+  const R inf = std::numeric_limits<R>::infinity();
   const rotmg_case<R> cases[] = {
       {"negative d1", -1, 2, 3, 4, 0, 0, 0, {-1, 0, 0, 0, 0}},
       {"zero d2", 2, 0, 3, 4, 2, 0, 3, {-2, S, S, S, S}},
@@ -147,6 +148,8 @@ TYPED_TEST(RealGenerators, RotmgFlagsAndPartialStores) {
       {"|q1| > |q2|: flag 0", 1, 1, 2, 1, 1 / u, 1 / u, 2 * u, {0, S, -0.5, 0.5, S}},
       {"|q1| <= |q2|: flag 1", 1, 1, 1, 2, 1 / u, 1 / u, 2 * u, {1, 0.5, S, S, 0.5}},
       {"negative q2: zeroed", 1, -4, 1, 1, 0, 0, 0, {-1, 0, 0, 0, 0}},
+      // No power of gam brings an infinite d1 into range: the call returns with d1 as it is.
+      {"infinite d1", inf, 1, 1, 1, inf, 1, 1, {0, S, -1, 0, S}},
   };
   for (const auto& t : cases) check_rotmg(t);
 }

@@ -3,6 +3,7 @@
 // ..., IZAMIN entries (both forms). The serial form is index_scan (index_scan.h).
 #pragma once
 
+#include <algorithm>
 #include <cstdlib>
 #include <type_traits>
 
@@ -56,6 +57,8 @@ int index_search(int n, const T* x, int incx) {
   if (n <= serial_cutoff) return index_scan<Order>(n, x, incx);
   const int workers = vesk::internal::num_exec_ctx();
   int* indices = helper::aligned_array<int>(workers);
+  // A tile whose task could not be had leaves position 0 in its entry, never an offset off the vector.
+  if (indices != nullptr) std::fill_n(indices, workers, 0);
   T* winners = helper::aligned_array<T>(workers);
   const auto kernel = kernels::get_kernel<T>();
   using record_type = std::conditional_t<std::is_same_v<Order, largest_first>, amax_object<T, real_t<T>>,

@@ -2,6 +2,7 @@
 // results, one entry per worker, and the plain ascending sum that folds the partials of the dots.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdlib>
 
@@ -15,11 +16,15 @@ namespace kovra::parallel::blas {
 
 // Gives `record` (fields `results` and `n`) an array of one Partial per worker, launches its tiles with
 // `grain`, and returns fold(results, tiles) as computed on the calling thread after the wait. Tile t
-// writes entry t only, so the entries need no synchronisation. An exception from the launch leaves the
-// array allocated: only the caller's kernel reference is released on that path.
+// writes entry t only, so the entries need no synchronisation. The entries start at zero: a tile whose
+// task could not be had leaves a defined value for the fold rather than whatever the allocator held.
+// An exception from the launch leaves the array allocated: only the caller's kernel reference is
+// released on that path.
 template <typename Partial, typename Record, typename Fold>
 auto reduce_in_tiles(Record& record, int grain, Fold&& fold) {
-  record.results = helper::aligned_array<Partial>(vesk::internal::num_exec_ctx());
+  const int workers = vesk::internal::num_exec_ctx();
+  record.results = helper::aligned_array<Partial>(workers);
+  if (record.results != nullptr) std::fill_n(record.results, workers, Partial{});
   const int tiles = threading::launch_tiles(record.n, grain, &record);
   const auto value = fold(static_cast<const Partial*>(record.results), tiles);
   std::free(record.results);

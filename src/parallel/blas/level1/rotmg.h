@@ -48,12 +48,13 @@ struct rotmg_matrix {
 };
 
 // Brings d1 into range, then |d2|, one factor of gamsq at a time; x1 and the first row of H follow
-// d1, the second row follows d2. An infinite d1 or d2 never comes into range.
+// d1, the second row follows d2. An infinite d1 or d2 never comes into range, as no factor changes
+// it: the loops leave it alone rather than spin, and every finite value is rescaled as before.
 template <typename R>
 void rotmg_rescale(rotmg_matrix<R>& h, R& d1, R& d2, R& x1) {
   using k = rotmg_scale<R>;
   if (d1 != 0) {
-    while (d1 <= k::rgamsq || d1 >= k::gamsq) {
+    while (std::isfinite(d1) && (d1 <= k::rgamsq || d1 >= k::gamsq)) {
       h.make_explicit();
       if (d1 <= k::rgamsq) {
         d1 *= k::gamsq;
@@ -69,7 +70,7 @@ void rotmg_rescale(rotmg_matrix<R>& h, R& d1, R& d2, R& x1) {
     }
   }
   if (d2 != 0) {
-    while (helper::ABS(d2) <= k::rgamsq || helper::ABS(d2) >= k::gamsq) {
+    while (std::isfinite(d2) && (helper::ABS(d2) <= k::rgamsq || helper::ABS(d2) >= k::gamsq)) {
       h.make_explicit();
       if (helper::ABS(d2) <= k::rgamsq) {
         d2 *= k::gamsq;
