@@ -7,8 +7,6 @@
 #include <limits>
 #include <string>
 
-#include "kovra/cblas.h"
-#include "kovra/fortran.h"
 #include "matvec_case.h"
 #include "support/element_types.h"
 #include "support/worker_scope.h"
@@ -105,43 +103,21 @@ TYPED_TEST(Gbmv, EachBadArgumentIsReportedAtItsPositionAndYIsUntouched) {
   EXPECT_TRUE(matches(want, exact.y.logical()));
 }
 
-template <typename T> struct gbmv_entries;
-template <> struct gbmv_entries<float> {
-  static constexpr auto fortran = sgbmv_;
-  static constexpr auto cblas = cblas_sgbmv;
-  static float scalar(const float& v) { return v; }
-};
-template <> struct gbmv_entries<double> {
-  static constexpr auto fortran = dgbmv_;
-  static constexpr auto cblas = cblas_dgbmv;
-  static double scalar(const double& v) { return v; }
-};
-template <> struct gbmv_entries<std::complex<float>> {
-  static constexpr auto fortran = cgbmv_;
-  static constexpr auto cblas = cblas_cgbmv;
-  static const void* scalar(const std::complex<float>& v) { return &v; }
-};
-template <> struct gbmv_entries<std::complex<double>> {
-  static constexpr auto fortran = zgbmv_;
-  static constexpr auto cblas = cblas_zgbmv;
-  static const void* scalar(const std::complex<double>& v) { return &v; }
-};
-
 // Fortran and column-major CBLAS give the routine's bits. Row-major reads the band storage of an
 // m by n A with (kl, ku) as that of the n by m B = A^T with (ku, kl): op(A) is B^T, B or conj(B).
 TYPED_TEST(Gbmv, EntriesInBothFormsAndBothOrders) {
   using T = TypeParam;
-  using entries = gbmv_entries<T>;
+  using entries = matvec_entries<T>;
   const T alpha = make<T>(1.25, -1), beta = make<T>(0.5, 0.5);
   for (char trans : {'N', 'T', 'C'}) {
     gbmv_case<T> routine(trans, 13, 10, 3, 1, -1, 2), fortran = routine, cblas = routine;
     routine.run(alpha, beta);
     const int m = 13, n = 10, kl = 3, ku = 1, lda = fortran.a.ld(), incx = -1, incy = 2;
-    entries::fortran(&trans, &m, &n, &kl, &ku, &alpha, fortran.a.data(), &lda, fortran.x.data(), &incx, &beta,
+    entries::gbmv(&trans, &m, &n, &kl, &ku, &alpha, fortran.a.data(), &lda, fortran.x.data(), &incx, &beta,
                      fortran.y.data(), &incy);
-    const CBLAS_TRANSPOSE t = trans == 'N' ? CblasNoTrans : trans == 'T' ? CblasTrans : CblasConjTrans;
-    entries::cblas(CblasColMajor, t, m, n, kl, ku, entries::scalar(alpha), cblas.a.data(), lda, cblas.x.data(), incx,
-                   entries::scalar(beta), cblas.y.data(), incy);
+    const CBLAS_TRANSPOSE t = cblas_trans(trans);
+    entries::gbmv_cblas(CblasColMajor, t, m, n, kl, ku, entries::scalar(alpha), cblas.a.data(), lda,
+                        cblas.x.data(), incx, entries::scalar(beta), cblas.y.data(), incy);
     EXPECT_TRUE(all_same_bits(fortran.y.logical(), routine.y.logical()));
     EXPECT_TRUE(all_same_bits(cblas.y.logical(), routine.y.logical()));
 
@@ -152,8 +128,8 @@ TYPED_TEST(Gbmv, EntriesInBothFormsAndBothOrders) {
     const auto want = reference_matvec(
         as_b, 13, 10, alpha, [&](int i, int j) { return helper::CONJG(conj, row.element(i, j)); }, row.x.logical(),
         beta, row.y.logical());
-    entries::cblas(CblasRowMajor, t, 10, 13, 1, 3, entries::scalar(alpha), row.a.data(), row.a.ld(), row.x.data(), -1,
-                   entries::scalar(beta), row.y.data(), 2);
+    entries::gbmv_cblas(CblasRowMajor, t, 10, 13, 1, 3, entries::scalar(alpha), row.a.data(), row.a.ld(),
+                        row.x.data(), -1, entries::scalar(beta), row.y.data(), 2);
     EXPECT_TRUE(matches(want, row.y.logical())) << trans;
     EXPECT_TRUE(row.y.guards_intact());
   }
@@ -161,7 +137,7 @@ TYPED_TEST(Gbmv, EntriesInBothFormsAndBothOrders) {
 
 TYPED_TEST(Gbmv, RowMajorReportsThePositionsOfTheSwappedCall) {
   using T = TypeParam;
-  using entries = gbmv_entries<T>;
+  using entries = matvec_entries<T>;
   struct bad { int trans, m, n, kl, ku, lda, position; };
   // Row-major swaps M and N, KL and KU: a negative M is N of the call made, a negative KL its KU.
   for (const bad c : {bad{CblasNoTrans, -1, 2, 0, 0, 1, 3}, bad{CblasTrans, 2, -1, 0, 0, 1, 2},
@@ -169,9 +145,9 @@ TYPED_TEST(Gbmv, RowMajorReportsThePositionsOfTheSwappedCall) {
                       bad{CblasNoTrans, 2, 2, 1, 1, 2, 8}, bad{99, 2, 2, 0, 0, 1, 1}}) {
     std::vector<T> a(16, make<T>(1)), x(8, make<T>(1)), y(8, sentinel<T>());
     ::testing::internal::CaptureStderr();
-    entries::cblas(CblasRowMajor, static_cast<CBLAS_TRANSPOSE>(c.trans), c.m, c.n, c.kl, c.ku,
-                   entries::scalar(make<T>(1)), a.data(), c.lda, x.data(), 1, entries::scalar(make<T>(0)), y.data(),
-                   1);
+    entries::gbmv_cblas(CblasRowMajor, static_cast<CBLAS_TRANSPOSE>(c.trans), c.m, c.n, c.kl, c.ku,
+                        entries::scalar(make<T>(1)), a.data(), c.lda, x.data(), 1, entries::scalar(make<T>(0)),
+                        y.data(), 1);
     EXPECT_EQ(::testing::internal::GetCapturedStderr(), gbmv_report(c.position));
     EXPECT_TRUE(all_same_bits(y, std::vector<T>(8, sentinel<T>())));
   }

@@ -8,8 +8,6 @@
 #include <limits>
 #include <string>
 
-#include "kovra/cblas.h"
-#include "kovra/fortran.h"
 #include "matvec_case.h"
 #include "support/element_types.h"
 
@@ -125,47 +123,22 @@ TYPED_TEST(GemvEdges, EachBadArgumentIsReportedAtItsPositionAndYIsUntouched) {
   }
 }
 
-// The entries of each type, both forms.
-template <typename T> struct gemv_entries;
-template <> struct gemv_entries<float> {
-  static constexpr auto fortran = sgemv_;
-  static constexpr auto cblas = cblas_sgemv;
-  static float scalar(const float& v) { return v; }
-};
-template <> struct gemv_entries<double> {
-  static constexpr auto fortran = dgemv_;
-  static constexpr auto cblas = cblas_dgemv;
-  static double scalar(const double& v) { return v; }
-};
-template <> struct gemv_entries<std::complex<float>> {
-  static constexpr auto fortran = cgemv_;
-  static constexpr auto cblas = cblas_cgemv;
-  static const void* scalar(const std::complex<float>& v) { return &v; }
-};
-template <> struct gemv_entries<std::complex<double>> {
-  static constexpr auto fortran = zgemv_;
-  static constexpr auto cblas = cblas_zgemv;
-  static const void* scalar(const std::complex<double>& v) { return &v; }
-};
-
-CBLAS_TRANSPOSE cblas_trans(char t) { return t == 'N' ? CblasNoTrans : t == 'T' ? CblasTrans : CblasConjTrans; }
-
 // Column-major CBLAS and Fortran give the routine's bits. Row-major runs on the same storage read as
 // the transpose: an m by n row-major A is the n by m column-major matrix B = A^T, so op(A) is B^T, B or
 // conj(B) for NoTrans, Trans and ConjTrans; any Order but 102 is row-major.
 TYPED_TEST(GemvEdges, EntriesInBothFormsAndBothOrders) {
   using T = TypeParam;
-  using entries = gemv_entries<T>;
+  using entries = matvec_entries<T>;
   const T alpha = make<T>(0.75, 0.5), beta = make<T>(-0.5, 1);
   for (char trans : {'N', 'T', 'C'})
     for (int incx : {1, -2}) {
       gemv_case<T> routine(trans, 11, 7, incx, 2), fortran = routine, cblas = routine;
       routine.run(alpha, beta);
       const int m = 11, n = 7, lda = fortran.a.ld(), incy = 2;
-      entries::fortran(&trans, &m, &n, &alpha, fortran.a.data(), &lda, fortran.x.data(), &incx, &beta,
-                       fortran.y.data(), &incy);
-      entries::cblas(CblasColMajor, cblas_trans(trans), m, n, entries::scalar(alpha), cblas.a.data(), lda,
-                     cblas.x.data(), incx, entries::scalar(beta), cblas.y.data(), incy);
+      entries::gemv(&trans, &m, &n, &alpha, fortran.a.data(), &lda, fortran.x.data(), &incx, &beta,
+                    fortran.y.data(), &incy);
+      entries::gemv_cblas(CblasColMajor, cblas_trans(trans), m, n, entries::scalar(alpha), cblas.a.data(), lda,
+                          cblas.x.data(), incx, entries::scalar(beta), cblas.y.data(), incy);
       EXPECT_TRUE(all_same_bits(fortran.y.logical(), routine.y.logical()));
       EXPECT_TRUE(all_same_bits(cblas.y.logical(), routine.y.logical()));
 
@@ -178,8 +151,8 @@ TYPED_TEST(GemvEdges, EntriesInBothFormsAndBothOrders) {
             as_b, 11, 7, alpha,
             [&](int i, int j) { return conj ? helper::CONJG(true, row.a.at(i, j)) : row.a.at(i, j); },
             row.x.logical(), beta, row.y.logical());
-        entries::cblas(static_cast<CBLAS_ORDER>(order), cblas_trans(trans), 7, 11, entries::scalar(alpha),
-                       row.a.data(), row.a.ld(), row.x.data(), incx, entries::scalar(beta), row.y.data(), 2);
+        entries::gemv_cblas(static_cast<CBLAS_ORDER>(order), cblas_trans(trans), 7, 11, entries::scalar(alpha),
+                            row.a.data(), row.a.ld(), row.x.data(), incx, entries::scalar(beta), row.y.data(), 2);
         EXPECT_TRUE(matches(want, row.y.logical())) << trans << " order " << order;
         EXPECT_TRUE(row.y.guards_intact());
         EXPECT_TRUE(row.x.guards_intact());
@@ -190,20 +163,20 @@ TYPED_TEST(GemvEdges, EntriesInBothFormsAndBothOrders) {
 // Row-major ConjTrans conjugates y, returns at once (alpha 0, beta 1) and conjugates y back.
 TYPED_TEST(GemvEdges, RowMajorConjTransWithNothingToDoLeavesYBitForBit) {
   using T = TypeParam;
-  using entries = gemv_entries<T>;
+  using entries = matvec_entries<T>;
   gemv_case<T> g('N', 20, 12, 1, -3);
   g.y[3] = make<T>(-0.0, 0.0);
   g.y[5] = nan_element<T>();
   const auto before = g.y.logical();
-  entries::cblas(CblasRowMajor, CblasConjTrans, 12, 20, entries::scalar(make<T>(0)), g.a.data(), g.a.ld(),
-                 g.x.data(), 1, entries::scalar(make<T>(1)), g.y.data(), -3);
+  entries::gemv_cblas(CblasRowMajor, CblasConjTrans, 12, 20, entries::scalar(make<T>(0)), g.a.data(), g.a.ld(),
+                      g.x.data(), 1, entries::scalar(make<T>(1)), g.y.data(), -3);
   EXPECT_TRUE(all_same_bits(g.y.logical(), before));
   EXPECT_TRUE(g.y.guards_intact());
 }
 
 TYPED_TEST(GemvEdges, CblasReportsThePositionsOfTheCallItMakes) {
   using T = TypeParam;
-  using entries = gemv_entries<T>;
+  using entries = matvec_entries<T>;
   struct bad { int order, trans, m, n, lda, incx, incy, position; };
   const bad calls[] = {
       {CblasColMajor, 110, 2, 2, 2, 1, 1, 1}, {CblasRowMajor, 114, 2, 2, 2, 1, 1, 1},
@@ -215,9 +188,9 @@ TYPED_TEST(GemvEdges, CblasReportsThePositionsOfTheCallItMakes) {
   for (const bad& call : calls) {
     std::vector<T> y(8, sentinel<T>());
     ::testing::internal::CaptureStderr();
-    entries::cblas(static_cast<CBLAS_ORDER>(call.order), static_cast<CBLAS_TRANSPOSE>(call.trans), call.m, call.n,
-                   entries::scalar(make<T>(1)), a.data(), call.lda, x.data(), call.incx, entries::scalar(make<T>(0)),
-                   y.data(), call.incy);
+    entries::gemv_cblas(static_cast<CBLAS_ORDER>(call.order), static_cast<CBLAS_TRANSPOSE>(call.trans), call.m,
+                        call.n, entries::scalar(make<T>(1)), a.data(), call.lda, x.data(), call.incx,
+                        entries::scalar(make<T>(0)), y.data(), call.incy);
     EXPECT_EQ(::testing::internal::GetCapturedStderr(), gemv_report(call.position)) << call.position;
     EXPECT_TRUE(all_sentinels(y));
   }

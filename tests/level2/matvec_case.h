@@ -1,8 +1,13 @@
 // The operands of one GEMV or GBMV call for the tests: A padded with sentinels (NaN) beyond its rows,
-// x and y strided with sentinels in the gaps and guards, and the reference result of the call.
+// x and y strided with sentinels in the gaps and guards, and the reference result of the call; and the
+// exported entries of each element type.
 #pragma once
 
+#include <complex>
 #include <vector>
+
+#include "kovra/cblas.h"
+#include "kovra/fortran.h"
 
 #include "parallel/blas/level2/gbmv.h"
 #include "parallel/blas/level2/gemv.h"
@@ -83,5 +88,32 @@ struct gbmv_case {
 
   int incx_, incy_;
 };
+
+// The exported entries of each type; scalar() passes a scalar as the CBLAS form takes it.
+template <typename T> struct matvec_entries;
+template <> struct matvec_entries<float> {
+  static constexpr auto gemv = sgemv_, gemv_cblas = cblas_sgemv;
+  static constexpr auto gbmv = sgbmv_, gbmv_cblas = cblas_sgbmv;
+  static float scalar(const float& v) { return v; }
+};
+template <> struct matvec_entries<double> {
+  static constexpr auto gemv = dgemv_, gemv_cblas = cblas_dgemv;
+  static constexpr auto gbmv = dgbmv_, gbmv_cblas = cblas_dgbmv;
+  static double scalar(const double& v) { return v; }
+};
+template <> struct matvec_entries<std::complex<float>> {
+  static constexpr auto gemv = cgemv_, gemv_cblas = cblas_cgemv;
+  static constexpr auto gbmv = cgbmv_, gbmv_cblas = cblas_cgbmv;
+  static const void* scalar(const std::complex<float>& v) { return &v; }
+};
+template <> struct matvec_entries<std::complex<double>> {
+  static constexpr auto gemv = zgemv_, gemv_cblas = cblas_zgemv;
+  static constexpr auto gbmv = zgbmv_, gbmv_cblas = cblas_zgbmv;
+  static const void* scalar(const std::complex<double>& v) { return &v; }
+};
+
+inline CBLAS_TRANSPOSE cblas_trans(char t) {
+  return t == 'N' ? CblasNoTrans : t == 'T' ? CblasTrans : CblasConjTrans;
+}
 
 }  // namespace kovra::testing
