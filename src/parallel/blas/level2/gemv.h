@@ -41,12 +41,13 @@ struct gemv_object {
     const T* const a_tile = plain ? a + m_begin : a + std::ptrdiff_t{lda} * n_begin;
 
     // Both vectors strided: copy all of x and the slice of y into the scratch so that the unit-stride
-    // kernels do the work. The slice starts on a page boundary after x; the 4096 in the test pays for
-    // that rounding. Too long for the scratch: run strided in place.
-    if (incx != 1 && incy != 1 && (std::size_t(xlen) + slice) * sizeof(T) + 4096 < threading::scratch_bytes) {
+    // kernels do the work. The slice starts on the first page boundary after x; the page added in the
+    // size test pays for that rounding. Too long for the scratch: run strided in place.
+    constexpr std::size_t page = 4096;
+    if (incx != 1 && incy != 1 && (std::size_t(xlen) + slice) * sizeof(T) + page < threading::scratch_bytes) {
       T* const x_packed = reinterpret_cast<T*>(s->storage);
       const auto x_end = reinterpret_cast<std::uintptr_t>(x_packed + xlen);
-      T* const y_packed = reinterpret_cast<T*>((x_end + 4095) & ~std::uintptr_t{4095});
+      T* const y_packed = reinterpret_cast<T*>((x_end + page - 1) & ~std::uintptr_t{page - 1});
       vec_gather(xlen, x, incx, x_packed);
       vec_gather(slice, y_slice, incy, y_packed);
       gemv_serial(trans, rows, cols, alpha, a_tile, lda, x_packed, 1, beta, y_packed, 1);
