@@ -92,23 +92,31 @@ struct gbmv_case {
 // The exported entries of each type; scalar() passes a scalar as the CBLAS form takes it.
 template <typename T> struct matvec_entries;
 template <> struct matvec_entries<float> {
-  static constexpr auto gemv = sgemv_, gemv_cblas = cblas_sgemv;
-  static constexpr auto gbmv = sgbmv_, gbmv_cblas = cblas_sgbmv;
+  static constexpr auto gemv = sgemv_;
+  static constexpr auto gemv_cblas = cblas_sgemv;
+  static constexpr auto gbmv = sgbmv_;
+  static constexpr auto gbmv_cblas = cblas_sgbmv;
   static float scalar(const float& v) { return v; }
 };
 template <> struct matvec_entries<double> {
-  static constexpr auto gemv = dgemv_, gemv_cblas = cblas_dgemv;
-  static constexpr auto gbmv = dgbmv_, gbmv_cblas = cblas_dgbmv;
+  static constexpr auto gemv = dgemv_;
+  static constexpr auto gemv_cblas = cblas_dgemv;
+  static constexpr auto gbmv = dgbmv_;
+  static constexpr auto gbmv_cblas = cblas_dgbmv;
   static double scalar(const double& v) { return v; }
 };
 template <> struct matvec_entries<std::complex<float>> {
-  static constexpr auto gemv = cgemv_, gemv_cblas = cblas_cgemv;
-  static constexpr auto gbmv = cgbmv_, gbmv_cblas = cblas_cgbmv;
+  static constexpr auto gemv = cgemv_;
+  static constexpr auto gemv_cblas = cblas_cgemv;
+  static constexpr auto gbmv = cgbmv_;
+  static constexpr auto gbmv_cblas = cblas_cgbmv;
   static const void* scalar(const std::complex<float>& v) { return &v; }
 };
 template <> struct matvec_entries<std::complex<double>> {
-  static constexpr auto gemv = zgemv_, gemv_cblas = cblas_zgemv;
-  static constexpr auto gbmv = zgbmv_, gbmv_cblas = cblas_zgbmv;
+  static constexpr auto gemv = zgemv_;
+  static constexpr auto gemv_cblas = cblas_zgemv;
+  static constexpr auto gbmv = zgbmv_;
+  static constexpr auto gbmv_cblas = cblas_zgbmv;
   static const void* scalar(const std::complex<double>& v) { return &v; }
 };
 
