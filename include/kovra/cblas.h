@@ -62,6 +62,28 @@ void cblas_zswap(int n, void* x, int incx, void* y, int incy);
 float cblas_scabs1(const void* z);
 double cblas_dcabs1(const void* z);
 
+/* ---- Level 2: general matrix-vector products ---- */
+
+/* y := alpha*op(A)*x + beta*y, op one of NoTrans, Trans, ConjTrans */
+void cblas_sgemv(CBLAS_ORDER order, CBLAS_TRANSPOSE trans, int m, int n, float alpha, const float* a, int lda,
+                 const float* x, int incx, float beta, float* y, int incy);
+void cblas_dgemv(CBLAS_ORDER order, CBLAS_TRANSPOSE trans, int m, int n, double alpha, const double* a, int lda,
+                 const double* x, int incx, double beta, double* y, int incy);
+void cblas_cgemv(CBLAS_ORDER order, CBLAS_TRANSPOSE trans, int m, int n, const void* alpha, const void* a, int lda,
+                 const void* x, int incx, const void* beta, void* y, int incy);
+void cblas_zgemv(CBLAS_ORDER order, CBLAS_TRANSPOSE trans, int m, int n, const void* alpha, const void* a, int lda,
+                 const void* x, int incx, const void* beta, void* y, int incy);
+
+/* The same with A in band storage: kl subdiagonals, ku superdiagonals, lda at least kl + ku + 1 */
+void cblas_sgbmv(CBLAS_ORDER order, CBLAS_TRANSPOSE trans, int m, int n, int kl, int ku, float alpha, const float* a,
+                 int lda, const float* x, int incx, float beta, float* y, int incy);
+void cblas_dgbmv(CBLAS_ORDER order, CBLAS_TRANSPOSE trans, int m, int n, int kl, int ku, double alpha,
+                 const double* a, int lda, const double* x, int incx, double beta, double* y, int incy);
+void cblas_cgbmv(CBLAS_ORDER order, CBLAS_TRANSPOSE trans, int m, int n, int kl, int ku, const void* alpha,
+                 const void* a, int lda, const void* x, int incx, const void* beta, void* y, int incy);
+void cblas_zgbmv(CBLAS_ORDER order, CBLAS_TRANSPOSE trans, int m, int n, int kl, int ku, const void* alpha,
+                 const void* a, int lda, const void* x, int incx, const void* beta, void* y, int incy);
+
 /* ---- Level 2: rank-one updates ---- */
 
 /* A := alpha*x*y^T + A (GER, GERU) and A := alpha*x*y^H + A (GERC) */

@@ -66,6 +66,41 @@ KOVRA_FORTRAN_NAMES(void, zswap, ZSWAP, (const int* n, void* x, const int* incx,
 KOVRA_FORTRAN_NAMES(float, scabs1, SCABS1, (const void* z));
 KOVRA_FORTRAN_NAMES(double, dcabs1, DCABS1, (const void* z));
 
+/* ---- Level 2: general matrix-vector products ---- */
+
+/* y := alpha*op(A)*x + beta*y, op one of 'N', 'T', 'C' */
+KOVRA_FORTRAN_NAMES(void, sgemv, SGEMV,
+                    (const char* trans, const int* m, const int* n, const float* alpha, const float* a,
+                     const int* lda, const float* x, const int* incx, const float* beta, float* y, const int* incy));
+KOVRA_FORTRAN_NAMES(void, dgemv, DGEMV,
+                    (const char* trans, const int* m, const int* n, const double* alpha, const double* a,
+                     const int* lda, const double* x, const int* incx, const double* beta, double* y,
+                     const int* incy));
+KOVRA_FORTRAN_NAMES(void, cgemv, CGEMV,
+                    (const char* trans, const int* m, const int* n, const void* alpha, const void* a,
+                     const int* lda, const void* x, const int* incx, const void* beta, void* y, const int* incy));
+KOVRA_FORTRAN_NAMES(void, zgemv, ZGEMV,
+                    (const char* trans, const int* m, const int* n, const void* alpha, const void* a,
+                     const int* lda, const void* x, const int* incx, const void* beta, void* y, const int* incy));
+
+/* The same with A in band storage: kl subdiagonals, ku superdiagonals, lda at least kl + ku + 1 */
+KOVRA_FORTRAN_NAMES(void, sgbmv, SGBMV,
+                    (const char* trans, const int* m, const int* n, const int* kl, const int* ku,
+                     const float* alpha, const float* a, const int* lda, const float* x, const int* incx,
+                     const float* beta, float* y, const int* incy));
+KOVRA_FORTRAN_NAMES(void, dgbmv, DGBMV,
+                    (const char* trans, const int* m, const int* n, const int* kl, const int* ku,
+                     const double* alpha, const double* a, const int* lda, const double* x, const int* incx,
+                     const double* beta, double* y, const int* incy));
+KOVRA_FORTRAN_NAMES(void, cgbmv, CGBMV,
+                    (const char* trans, const int* m, const int* n, const int* kl, const int* ku,
+                     const void* alpha, const void* a, const int* lda, const void* x, const int* incx,
+                     const void* beta, void* y, const int* incy));
+KOVRA_FORTRAN_NAMES(void, zgbmv, ZGBMV,
+                    (const char* trans, const int* m, const int* n, const int* kl, const int* ku,
+                     const void* alpha, const void* a, const int* lda, const void* x, const int* incx,
+                     const void* beta, void* y, const int* incy));
+
 /* ---- Level 2: rank-one updates ---- */
 
 /* A := alpha*x*y^T + A (GER, GERU) and A := alpha*x*y^H + A (GERC) */
