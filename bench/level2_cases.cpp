@@ -1,5 +1,5 @@
 // The Level 2 cases: GEMV in both transposes and GBMV, in GB/s of the bytes a call must move (A once, x
-// once, y read and written), and the bound that the single-accumulator dot order of GEMV 'T' sets.
+// once, y read and written), and the bounds that GEMV's column-at-a-time orders set.
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
@@ -126,9 +126,10 @@ bench_case gemv_case(const char* name, const char* symbol, Fn ours, bool transpo
           }};
 }
 
-// GEMV 'T' sums each column with one accumulator, in order, so a column costs one fused multiply-add
-// latency per element. This body runs exactly that loop, with no primitive, kernel fetch or strides
-// around it, over the same column split of the same matrix: the rate GEMV 'T' can reach in that order.
+// The bounds that GEMV's prescribed order sets, each run over the same split of the same matrix with no
+// primitive, kernel fetch or strides around the loop. 'T' sums each column with one accumulator, in
+// order, so a column costs one fused multiply-add latency per element. 'N' adds one column at a time
+// into the tile's rows of y, so y is read and written once per column.
 struct dot_bound_object {
   int m, n;
   const double* a;
@@ -146,22 +147,42 @@ struct dot_bound_object {
   }
 };
 
-bench_case dot_bound_case() {
+struct axpy_bound_object {
+  int m, n;
+  const double* a;
+  int lda;
+  const double* x;
+  double* y;
+
+  void run_tile(threading::scratch*, int m_begin, int m_end, int, int) const {
+    for (int i = m_begin; i < m_end; ++i) y[i] *= level2_beta;
+    for (int j = 0; j < n; ++j) {
+      const double* column = a + std::size_t(lda) * j;
+      const double t = level2_alpha * x[j];
+      for (int i = m_begin; i < m_end; ++i) y[i] = std::fma(t, column[i], y[i]);
+    }
+  }
+};
+
+// The peer's column is its own GEMV on the same operands.
+template <typename Body>
+bench_case gemv_bound_case(const char* name, bool transpose) {
   return bench_case{
-      .name = "DGEMV_T_DOT_BOUND",
+      .name = name,
       .family = level2_family,
       .unit = gigabytes_per_second,
       .work = [](int n) { return matvec_operands<double>::bytes(n, -1); },
       .sizes = gemv_sizes,
       .default_run_sizes = gemv_sizes,
       .make =
-          [](int n, const peer_library* peer) {
-            // The peer's column is its own GEMV 'T' on the same operands.
-            auto v = std::make_shared<matvec_operands<double>>(true, n, -1);
+          [transpose](int n, const peer_library* peer) {
+            auto v = std::make_shared<matvec_operands<double>>(transpose, n, -1);
             workload w = matvec_workload(v, n, peer, "cblas_dgemv", &cblas_dgemv, gemv_call<double>());
-            w.ours = [v] {
-              const dot_bound_object body{v->n(), v->n(), v->a(), v->lda(), v->x(), v->y()};
-              threading::launch_grid(v->n(), v->n(), v->n(), kernels::get_kernel<double>()->tile_n, &body);
+            w.ours = [v, transpose] {
+              const Body body{v->n(), v->n(), v->a(), v->lda(), v->x(), v->y()};
+              const auto kernel = kernels::get_kernel<double>();
+              if (transpose) threading::launch_grid(v->n(), v->n(), v->n(), kernel->tile_n, &body);
+              else threading::launch_grid(v->n(), kernel->tile_m, v->n(), v->n(), &body);
             };
             return w;
           }};
@@ -191,8 +212,9 @@ bench_case gbmv_case(const char* name, const char* symbol, Fn ours) {
 std::vector<bench_case> level2_cases() {
   return {
       gemv_case<double>("DGEMV_N", "cblas_dgemv", &cblas_dgemv, false),
+      gemv_bound_case<axpy_bound_object>("DGEMV_N_AXPY_BOUND", false),
       gemv_case<double>("DGEMV_T", "cblas_dgemv", &cblas_dgemv, true),
-      dot_bound_case(),
+      gemv_bound_case<dot_bound_object>("DGEMV_T_DOT_BOUND", true),
       gemv_case<float>("SGEMV_N", "cblas_sgemv", &cblas_sgemv, false),
       gemv_case<float>("SGEMV_T", "cblas_sgemv", &cblas_sgemv, true),
       gbmv_case<double>("DGBMV", "cblas_dgbmv", &cblas_dgbmv),
