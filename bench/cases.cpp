@@ -8,6 +8,7 @@ namespace kovra::bench {
 std::vector<bench_case> all_cases() {
   std::vector<bench_case> all = level1_cases();
   for (auto& c : reduction_cases()) all.push_back(std::move(c));
+  for (auto& c : level2_cases()) all.push_back(std::move(c));
   for (auto& c : rank_update_cases()) all.push_back(std::move(c));
   for (auto& c : level3_cases()) all.push_back(std::move(c));
   return all;

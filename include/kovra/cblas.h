@@ -85,22 +85,6 @@ void cblas_drotm(int n, double* x, int incx, double* y, int incy, const double* 
 float cblas_scabs1(const void* z);
 double cblas_dcabs1(const void* z);
 
-/* ---- Level 2: rank-one updates ---- */
-
-/* A := alpha*x*y^T + A (GER, GERU) and A := alpha*x*y^H + A (GERC) */
-void cblas_sger(CBLAS_ORDER order, int m, int n, float alpha, const float* x, int incx, const float* y, int incy,
-                float* a, int lda);
-void cblas_dger(CBLAS_ORDER order, int m, int n, double alpha, const double* x, int incx, const double* y, int incy,
-                double* a, int lda);
-void cblas_cgeru(CBLAS_ORDER order, int m, int n, const void* alpha, const void* x, int incx, const void* y, int incy,
-                 void* a, int lda);
-void cblas_zgeru(CBLAS_ORDER order, int m, int n, const void* alpha, const void* x, int incx, const void* y, int incy,
-                 void* a, int lda);
-void cblas_cgerc(CBLAS_ORDER order, int m, int n, const void* alpha, const void* x, int incx, const void* y, int incy,
-                 void* a, int lda);
-void cblas_zgerc(CBLAS_ORDER order, int m, int n, const void* alpha, const void* x, int incx, const void* y, int incy,
-                 void* a, int lda);
-
 /* ---- Level 1: reductions ---- */
 
 /* x^T y; the complex forms store x^T y (dotu) or conj(x)^T y (dotc) through `result` */
@@ -136,6 +120,44 @@ int cblas_isamin(int n, const float* x, int incx);
 int cblas_idamin(int n, const double* x, int incx);
 int cblas_icamin(int n, const void* x, int incx);
 int cblas_izamin(int n, const void* x, int incx);
+
+/* ---- Level 2: general matrix-vector products ---- */
+
+/* y := alpha*op(A)*x + beta*y, op one of NoTrans, Trans, ConjTrans */
+void cblas_sgemv(CBLAS_ORDER order, CBLAS_TRANSPOSE trans, int m, int n, float alpha, const float* a, int lda,
+                 const float* x, int incx, float beta, float* y, int incy);
+void cblas_dgemv(CBLAS_ORDER order, CBLAS_TRANSPOSE trans, int m, int n, double alpha, const double* a, int lda,
+                 const double* x, int incx, double beta, double* y, int incy);
+void cblas_cgemv(CBLAS_ORDER order, CBLAS_TRANSPOSE trans, int m, int n, const void* alpha, const void* a, int lda,
+                 const void* x, int incx, const void* beta, void* y, int incy);
+void cblas_zgemv(CBLAS_ORDER order, CBLAS_TRANSPOSE trans, int m, int n, const void* alpha, const void* a, int lda,
+                 const void* x, int incx, const void* beta, void* y, int incy);
+
+/* The same with A in band storage: kl subdiagonals, ku superdiagonals, lda at least kl + ku + 1 */
+void cblas_sgbmv(CBLAS_ORDER order, CBLAS_TRANSPOSE trans, int m, int n, int kl, int ku, float alpha, const float* a,
+                 int lda, const float* x, int incx, float beta, float* y, int incy);
+void cblas_dgbmv(CBLAS_ORDER order, CBLAS_TRANSPOSE trans, int m, int n, int kl, int ku, double alpha,
+                 const double* a, int lda, const double* x, int incx, double beta, double* y, int incy);
+void cblas_cgbmv(CBLAS_ORDER order, CBLAS_TRANSPOSE trans, int m, int n, int kl, int ku, const void* alpha,
+                 const void* a, int lda, const void* x, int incx, const void* beta, void* y, int incy);
+void cblas_zgbmv(CBLAS_ORDER order, CBLAS_TRANSPOSE trans, int m, int n, int kl, int ku, const void* alpha,
+                 const void* a, int lda, const void* x, int incx, const void* beta, void* y, int incy);
+
+/* ---- Level 2: rank-one updates ---- */
+
+/* A := alpha*x*y^T + A (GER, GERU) and A := alpha*x*y^H + A (GERC) */
+void cblas_sger(CBLAS_ORDER order, int m, int n, float alpha, const float* x, int incx, const float* y, int incy,
+                float* a, int lda);
+void cblas_dger(CBLAS_ORDER order, int m, int n, double alpha, const double* x, int incx, const double* y, int incy,
+                double* a, int lda);
+void cblas_cgeru(CBLAS_ORDER order, int m, int n, const void* alpha, const void* x, int incx, const void* y, int incy,
+                 void* a, int lda);
+void cblas_zgeru(CBLAS_ORDER order, int m, int n, const void* alpha, const void* x, int incx, const void* y, int incy,
+                 void* a, int lda);
+void cblas_cgerc(CBLAS_ORDER order, int m, int n, const void* alpha, const void* x, int incx, const void* y, int incy,
+                 void* a, int lda);
+void cblas_zgerc(CBLAS_ORDER order, int m, int n, const void* alpha, const void* x, int incx, const void* y, int incy,
+                 void* a, int lda);
 
 /* ---- Level 3 ---- */
 

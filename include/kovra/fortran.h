@@ -99,28 +99,6 @@ KOVRA_FORTRAN_NAMES(void, drotm, DROTM,
 KOVRA_FORTRAN_NAMES(float, scabs1, SCABS1, (const void* z));
 KOVRA_FORTRAN_NAMES(double, dcabs1, DCABS1, (const void* z));
 
-/* ---- Level 2: rank-one updates ---- */
-
-/* A := alpha*x*y^T + A (GER, GERU) and A := alpha*x*y^H + A (GERC) */
-KOVRA_FORTRAN_NAMES(void, sger, SGER,
-                    (const int* m, const int* n, const float* alpha, const float* x, const int* incx,
-                     const float* y, const int* incy, float* a, const int* lda));
-KOVRA_FORTRAN_NAMES(void, dger, DGER,
-                    (const int* m, const int* n, const double* alpha, const double* x, const int* incx,
-                     const double* y, const int* incy, double* a, const int* lda));
-KOVRA_FORTRAN_NAMES(void, cgeru, CGERU,
-                    (const int* m, const int* n, const void* alpha, const void* x, const int* incx,
-                     const void* y, const int* incy, void* a, const int* lda));
-KOVRA_FORTRAN_NAMES(void, zgeru, ZGERU,
-                    (const int* m, const int* n, const void* alpha, const void* x, const int* incx,
-                     const void* y, const int* incy, void* a, const int* lda));
-KOVRA_FORTRAN_NAMES(void, cgerc, CGERC,
-                    (const int* m, const int* n, const void* alpha, const void* x, const int* incx,
-                     const void* y, const int* incy, void* a, const int* lda));
-KOVRA_FORTRAN_NAMES(void, zgerc, ZGERC,
-                    (const int* m, const int* n, const void* alpha, const void* x, const int* incx,
-                     const void* y, const int* incy, void* a, const int* lda));
-
 /* ---- Level 1: reductions ---- */
 
 /* x^T y; the complex forms store x^T y (DOTU) or conj(x)^T y (DOTC) through their first argument */
@@ -161,6 +139,63 @@ KOVRA_FORTRAN_NAMES(int, isamin, ISAMIN, (const int* n, const float* x, const in
 KOVRA_FORTRAN_NAMES(int, idamin, IDAMIN, (const int* n, const double* x, const int* incx));
 KOVRA_FORTRAN_NAMES(int, icamin, ICAMIN, (const int* n, const void* x, const int* incx));
 KOVRA_FORTRAN_NAMES(int, izamin, IZAMIN, (const int* n, const void* x, const int* incx));
+
+/* ---- Level 2: general matrix-vector products ---- */
+
+/* y := alpha*op(A)*x + beta*y, op one of 'N', 'T', 'C' */
+KOVRA_FORTRAN_NAMES(void, sgemv, SGEMV,
+                    (const char* trans, const int* m, const int* n, const float* alpha, const float* a,
+                     const int* lda, const float* x, const int* incx, const float* beta, float* y, const int* incy));
+KOVRA_FORTRAN_NAMES(void, dgemv, DGEMV,
+                    (const char* trans, const int* m, const int* n, const double* alpha, const double* a,
+                     const int* lda, const double* x, const int* incx, const double* beta, double* y,
+                     const int* incy));
+KOVRA_FORTRAN_NAMES(void, cgemv, CGEMV,
+                    (const char* trans, const int* m, const int* n, const void* alpha, const void* a,
+                     const int* lda, const void* x, const int* incx, const void* beta, void* y, const int* incy));
+KOVRA_FORTRAN_NAMES(void, zgemv, ZGEMV,
+                    (const char* trans, const int* m, const int* n, const void* alpha, const void* a,
+                     const int* lda, const void* x, const int* incx, const void* beta, void* y, const int* incy));
+
+/* The same with A in band storage: kl subdiagonals, ku superdiagonals, lda at least kl + ku + 1 */
+KOVRA_FORTRAN_NAMES(void, sgbmv, SGBMV,
+                    (const char* trans, const int* m, const int* n, const int* kl, const int* ku,
+                     const float* alpha, const float* a, const int* lda, const float* x, const int* incx,
+                     const float* beta, float* y, const int* incy));
+KOVRA_FORTRAN_NAMES(void, dgbmv, DGBMV,
+                    (const char* trans, const int* m, const int* n, const int* kl, const int* ku,
+                     const double* alpha, const double* a, const int* lda, const double* x, const int* incx,
+                     const double* beta, double* y, const int* incy));
+KOVRA_FORTRAN_NAMES(void, cgbmv, CGBMV,
+                    (const char* trans, const int* m, const int* n, const int* kl, const int* ku,
+                     const void* alpha, const void* a, const int* lda, const void* x, const int* incx,
+                     const void* beta, void* y, const int* incy));
+KOVRA_FORTRAN_NAMES(void, zgbmv, ZGBMV,
+                    (const char* trans, const int* m, const int* n, const int* kl, const int* ku,
+                     const void* alpha, const void* a, const int* lda, const void* x, const int* incx,
+                     const void* beta, void* y, const int* incy));
+
+/* ---- Level 2: rank-one updates ---- */
+
+/* A := alpha*x*y^T + A (GER, GERU) and A := alpha*x*y^H + A (GERC) */
+KOVRA_FORTRAN_NAMES(void, sger, SGER,
+                    (const int* m, const int* n, const float* alpha, const float* x, const int* incx,
+                     const float* y, const int* incy, float* a, const int* lda));
+KOVRA_FORTRAN_NAMES(void, dger, DGER,
+                    (const int* m, const int* n, const double* alpha, const double* x, const int* incx,
+                     const double* y, const int* incy, double* a, const int* lda));
+KOVRA_FORTRAN_NAMES(void, cgeru, CGERU,
+                    (const int* m, const int* n, const void* alpha, const void* x, const int* incx,
+                     const void* y, const int* incy, void* a, const int* lda));
+KOVRA_FORTRAN_NAMES(void, zgeru, ZGERU,
+                    (const int* m, const int* n, const void* alpha, const void* x, const int* incx,
+                     const void* y, const int* incy, void* a, const int* lda));
+KOVRA_FORTRAN_NAMES(void, cgerc, CGERC,
+                    (const int* m, const int* n, const void* alpha, const void* x, const int* incx,
+                     const void* y, const int* incy, void* a, const int* lda));
+KOVRA_FORTRAN_NAMES(void, zgerc, ZGERC,
+                    (const int* m, const int* n, const void* alpha, const void* x, const int* incx,
+                     const void* y, const int* incy, void* a, const int* lda));
 
 /* ---- Level 3 ---- */
 

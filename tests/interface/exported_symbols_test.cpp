@@ -24,6 +24,8 @@ std::vector<std::string> routine_names() {
   std::vector<std::string> names;
   for (const char* family : {"axpy", "scal", "copy", "swap", "axpby", "gemm"})
     for (const char* type : {"s", "d", "c", "z"}) names.push_back(std::string(type) + family);
+  for (const char* family : {"gemv", "gbmv"})
+    for (const char* type : {"s", "d", "c", "z"}) names.push_back(std::string(type) + family);
   for (const char* name : {"csscal", "zdscal", "scabs1", "dcabs1"}) names.push_back(name);
   for (const char* name : {"sger", "dger", "cgeru", "zgeru", "cgerc", "zgerc"}) names.push_back(name);
   for (const char* name : {"srotg", "drotg", "crotg", "zrotg", "srotmg", "drotmg", "srot", "drot", "csrot", "zdrot",
