@@ -36,10 +36,12 @@ T dot_serial(int n, const T* x, int incx, const T* y, int incy) {
 }
 
 // The call's arguments as given, shared read-only by the tiles; `results` has one entry per worker,
-// and tile t (the task's column index) stores its partial dot in results[t].
-template <typename T>
-struct dot_object {
-  T* results;
+// and tile t (the task's column index) stores its partial dot, accumulated from zero in the entry's
+// type P, in results[t]. dot_object, dotc_object and sdot_object (dsdot.h) are this record under their
+// routine's name.
+template <typename P, typename T, bool Conjugate>
+struct dot_partials {
+  P* results;
   int n;
   const T* x;
   int incx;
@@ -47,23 +49,12 @@ struct dot_object {
   int incy;
 
   void run_tile(threading::scratch*, int s, int e, int tile, int) const {
-    results[tile] = dot_range<false>(T{}, n, x, incx, y, incy, s, e);
+    results[tile] = dot_range<Conjugate>(P{}, n, x, incx, y, incy, s, e);
   }
 };
 
-template <typename T>
-struct dotc_object {
-  T* results;
-  int n;
-  const T* x;
-  int incx;
-  const T* y;
-  int incy;
-
-  void run_tile(threading::scratch*, int s, int e, int tile, int) const {
-    results[tile] = dot_range<true>(T{}, n, x, incx, y, incy, s, e);
-  }
-};
+template <typename T> struct dot_object : dot_partials<T, T, false> {};
+template <typename T> struct dotc_object : dot_partials<T, T, true> {};
 
 // x^T y, or conj(x)^T y with Conjugate; zero for n < 1. Increments of any sign, zero included, follow
 // the logical element rule. The parallel result folds the tiles' partials in tile order, so it depends
@@ -73,7 +64,7 @@ T dot(int n, const T* x, int incx, const T* y, int incy) {
   if (n < 1) return T{};
   if (n <= serial_cutoff) return dot_serial<T, Conjugate>(n, x, incx, y, incy);
   const auto kernel = kernels::get_kernel<T>();
-  std::conditional_t<Conjugate, dotc_object<T>, dot_object<T>> record{nullptr, n, x, incx, y, incy};
+  std::conditional_t<Conjugate, dotc_object<T>, dot_object<T>> record{{nullptr, n, x, incx, y, incy}};
   return reduce_in_tiles<T>(record, kernel->tile_m,
                             [](const T* partials, int tiles) { return sum_partials(T{}, partials, tiles); });
 }

@@ -23,19 +23,7 @@ T sdsdot_serial(int n, T sb, const T* x, int incx, const T* y, int incy) {
 }
 
 // DSDOT: each tile stores its wide partial.
-template <typename T, typename W>
-struct sdot_object {
-  W* results;
-  int n;
-  const T* x;
-  int incx;
-  const T* y;
-  int incy;
-
-  void run_tile(threading::scratch*, int s, int e, int tile, int) const {
-    results[tile] = dot_range<false>(W{0}, n, x, incx, y, incy, s, e);
-  }
-};
+template <typename T, typename W> struct sdot_object : dot_partials<W, T, false> {};
 
 // SDSDOT: every tile starts from sb and stores its partial rounded to T, so sb enters the result once
 // per tile and once more in the fold.
@@ -60,7 +48,7 @@ W dsdot(int n, const T* x, int incx, const T* y, int incy) {
   if (n < 1) return W{0};
   if (n <= serial_cutoff) return dsdot_serial<T, W>(n, x, incx, y, incy);
   const auto kernel = kernels::get_kernel<T>();
-  sdot_object<T, W> record{nullptr, n, x, incx, y, incy};
+  sdot_object<T, W> record{{nullptr, n, x, incx, y, incy}};
   return reduce_in_tiles<W>(record, kernel->tile_m,
                             [](const W* partials, int tiles) { return sum_partials(W{0}, partials, tiles); });
 }
