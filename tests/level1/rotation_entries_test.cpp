@@ -1,10 +1,9 @@
-// The exported rotation entries: the three Fortran names and the cblas_ name of each routine give what
-// the routine itself gives, with arguments mapped in order (c before s, y1 by address or by value).
+// The exported rotation entries, one Fortran name and the cblas_ name of each routine (the other names
+// are aliases): each leaves what the routine leaves, its arguments mapped in order (c before s, y1 by
+// address or by value).
 #include <gtest/gtest.h>
 
-#include <array>
 #include <complex>
-#include <functional>
 #include <vector>
 
 #include <kovra/kovra.h>
@@ -13,7 +12,6 @@
 #include "parallel/blas/level1/rotg.h"
 #include "parallel/blas/level1/rotm.h"
 #include "parallel/blas/level1/rotmg.h"
-#include "support/strided_vector.h"
 #include "support/values.h"
 
 namespace kovra::testing {
@@ -22,119 +20,74 @@ namespace {
 using c32 = std::complex<float>;
 using c64 = std::complex<double>;
 
-// Runs every call on its own copy of the same operands and expects the operands that `routine` leaves.
-// An operand is a vector of elements compared bit for bit.
-template <typename T, typename Routine, typename... Calls>
-void expect_forms_agree(std::vector<std::vector<T>> operands, Routine routine, Calls... calls) {
-  auto want = operands;
-  routine(want);
+// Runs the routine and each entry on its own copy of the same operands; all must leave the same bits.
+template <typename T, typename Routine, typename... Entries>
+void expect_forms_agree(const std::vector<T>& start, Routine routine, Entries... entries) {
+  auto want = start;
+  routine(want.data());
   int form = 0;
-  for (auto call : {std::function<void(std::vector<std::vector<T>>&)>(calls)...}) {
-    SCOPED_TRACE(::testing::Message() << "entry form " << form++);
-    auto got = operands;
-    call(got);
-    for (std::size_t i = 0; i < got.size(); ++i) EXPECT_TRUE(all_same_bits(got[i], want[i])) << "operand " << i;
-  }
+  auto check = [&](auto entry) {
+    auto got = start;
+    entry(got.data());
+    EXPECT_TRUE(all_same_bits(got, want)) << "entry form " << form++;
+  };
+  (check(entries), ...);
 }
 
-using operands_f = std::vector<std::vector<float>>;
-using operands_d = std::vector<std::vector<double>>;
-
-// ROTG operands: a, b, c, s. The complex forms keep c in the real part of a third complex slot.
-TEST(RotationEntries, Rotg) {
-  expect_forms_agree<float>(
-      {{-4}, {3}, {0}, {0}}, [](operands_f& v) { parallel::blas::rotg(&v[0][0], &v[1][0], &v[2][0], &v[3][0]); },
-      [](operands_f& v) { srotg_(&v[0][0], &v[1][0], &v[2][0], &v[3][0]); },
-      [](operands_f& v) { srotg(&v[0][0], &v[1][0], &v[2][0], &v[3][0]); },
-      [](operands_f& v) { SROTG(&v[0][0], &v[1][0], &v[2][0], &v[3][0]); },
-      [](operands_f& v) { cblas_srotg(&v[0][0], &v[1][0], &v[2][0], &v[3][0]); });
-  expect_forms_agree<double>(
-      {{1.5}, {-2}, {0}, {0}}, [](operands_d& v) { parallel::blas::rotg(&v[0][0], &v[1][0], &v[2][0], &v[3][0]); },
-      [](operands_d& v) { drotg_(&v[0][0], &v[1][0], &v[2][0], &v[3][0]); },
-      [](operands_d& v) { drotg(&v[0][0], &v[1][0], &v[2][0], &v[3][0]); },
-      [](operands_d& v) { DROTG(&v[0][0], &v[1][0], &v[2][0], &v[3][0]); },
-      [](operands_d& v) { cblas_drotg(&v[0][0], &v[1][0], &v[2][0], &v[3][0]); });
-
-  using cv = std::vector<std::vector<c32>>;
-  auto c_of = [](cv& v) { return reinterpret_cast<float*>(&v[2][0]); };
-  expect_forms_agree<c32>(
-      {{{2, -1}}, {{-3, 0.5}}, {{0, 0}}, {{0, 0}}},
-      [&](cv& v) { parallel::blas::rotg(&v[0][0], &v[1][0], c_of(v), &v[3][0]); },
-      [&](cv& v) { crotg_(&v[0][0], &v[1][0], c_of(v), &v[3][0]); },
-      [&](cv& v) { crotg(&v[0][0], &v[1][0], c_of(v), &v[3][0]); },
-      [&](cv& v) { CROTG(&v[0][0], &v[1][0], c_of(v), &v[3][0]); },
-      [&](cv& v) { cblas_crotg(&v[0][0], &v[1][0], c_of(v), &v[3][0]); });
-  using zv = std::vector<std::vector<c64>>;
-  auto z_of = [](zv& v) { return reinterpret_cast<double*>(&v[2][0]); };
-  expect_forms_agree<c64>(
-      {{{-2, 1}}, {{3, 0.5}}, {{0, 0}}, {{0, 0}}},
-      [&](zv& v) { parallel::blas::rotg(&v[0][0], &v[1][0], z_of(v), &v[3][0]); },
-      [&](zv& v) { zrotg_(&v[0][0], &v[1][0], z_of(v), &v[3][0]); },
-      [&](zv& v) { zrotg(&v[0][0], &v[1][0], z_of(v), &v[3][0]); },
-      [&](zv& v) { ZROTG(&v[0][0], &v[1][0], z_of(v), &v[3][0]); },
-      [&](zv& v) { cblas_zrotg(&v[0][0], &v[1][0], z_of(v), &v[3][0]); });
+// a, b, c, s; a complex c lives in the real part of its slot.
+template <typename T, typename F, typename C>
+void check_rotg(T a, T b, F fortran, C cblas) {
+  auto on = [](auto entry) { return [entry](T* v) { entry(v, v + 1, reinterpret_cast<real_t<T>*>(v + 2), v + 3); }; };
+  expect_forms_agree<T>({a, b, T{}, T{}}, on(&parallel::blas::rotg<T>), on(fortran), on(cblas));
 }
 
-// ROTMG operands: d1, d2, x1, y1, param. Inputs that need a rescaling pass, so every output moves.
-template <typename R, typename Fortran, typename Cblas>
-void check_rotmg_entries(const std::array<Fortran, 3>& names, Cblas cblas_form) {
-  using ops = std::vector<std::vector<R>>;
-  auto run = [](ops& v, auto entry, auto y1) { entry(&v[0][0], &v[1][0], &v[2][0], y1, v[4].data()); };
-  expect_forms_agree<R>(
-      {{1}, {0x1p30}, {0.75}, {1.5}, {0, 0, 0, 0, 0}},
-      [&](ops& v) { run(v, parallel::blas::rotmg<R>, v[3][0]); }, [&](ops& v) { run(v, names[0], &v[3][0]); },
-      [&](ops& v) { run(v, names[1], &v[3][0]); }, [&](ops& v) { run(v, names[2], &v[3][0]); },
-      [&](ops& v) { run(v, cblas_form, v[3][0]); });
+// d1, d2, x1, y1, param; inputs that need a rescaling pass, so every output moves.
+template <typename R, typename F, typename C>
+void check_rotmg(F fortran, C cblas) {
+  expect_forms_agree<R>({1, 0x1p30, 0.75, 1.5, 0, 0, 0, 0, 0},
+                        [](R* v) { parallel::blas::rotmg(v, v + 1, v + 2, v[3], v + 4); },
+                        [fortran](R* v) { fortran(v, v + 1, v + 2, v + 3, v + 4); },
+                        [cblas](R* v) { cblas(v, v + 1, v + 2, v[3], v + 4); });
 }
 
-TEST(RotationEntries, Rotmg) {
-  check_rotmg_entries<float>(std::array{&srotmg_, &srotmg, &SROTMG}, &cblas_srotmg);
-  check_rotmg_entries<double>(std::array{&drotmg_, &drotmg, &DROTMG}, &cblas_drotmg);
+TEST(RotationEntries, Generators) {
+  check_rotg<float>(-4, 3, &srotg_, &cblas_srotg);
+  check_rotg<double>(1.5, -2, &drotg_, &cblas_drotg);
+  check_rotg(c32(2, -1), c32(-3, 0.5), &crotg_, &cblas_crotg);
+  check_rotg(c64(-2, 1), c64(3, 0.5), &zrotg_, &cblas_zrotg);
+  check_rotmg<float>(&srotmg_, &cblas_srotmg);
+  check_rotmg<double>(&drotmg_, &cblas_drotmg);
 }
 
-// Unequal increments of either sign and unequal c, s, so that any two arguments mixed up in an entry
-// change the result; 12 elements take the tiled path.
+// Unequal increments of either sign and unequal c, s, so that any two arguments mixed up change the
+// result; x spans 23 elements, y the 34 after it, and 12 elements take the tiled path.
 constexpr int n = 12, incx = 2, incy = -3;
 
-// Runs the routine and then each entry form (all given x and y) on the same strided vectors.
-template <typename T, typename Routine, typename... Calls>
-void expect_vector_forms_agree(Routine routine, Calls... calls) {
-  using ops = std::vector<std::vector<T>>;
-  auto on_vectors = [](auto call) {
-    return [call](ops& v) {
-      strided_vector<T> x(n, incx, v[0]), y(n, incy, v[1]);
-      call(x.data(), y.data());
-      v = {x.logical(), y.logical()};
-    };
-  };
-  expect_forms_agree<T>({random_values<T>(n, 1), random_values<T>(n, 2)}, on_vectors(routine), on_vectors(calls)...);
-}
-
-template <typename T, typename Fortran, typename Cblas>
-void check_rot_entries(const std::array<Fortran, 3>& names, Cblas cblas_form) {
+template <typename T, typename F, typename C>
+void check_rot(F fortran, C cblas) {
   const real_t<T> c = 0.28, s = -0.96;
-  auto fortran = [&](Fortran entry) { return [&, entry](T* x, T* y) { entry(&n, x, &incx, y, &incy, &c, &s); }; };
-  expect_vector_forms_agree<T>([&](T* x, T* y) { parallel::blas::rot(n, x, incx, y, incy, c, s); },
-                               fortran(names[0]), fortran(names[1]), fortran(names[2]),
-                               [&](T* x, T* y) { cblas_form(n, x, incx, y, incy, c, s); });
+  expect_forms_agree(
+      random_values<T>(57, 1), [&](T* v) { parallel::blas::rot(n, v, incx, v + 23, incy, c, s); },
+      [&](T* v) { fortran(&n, v, &incx, v + 23, &incy, &c, &s); },
+      [&](T* v) { cblas(n, v, incx, v + 23, incy, c, s); });
 }
 
-template <typename R, typename Fortran, typename Cblas>
-void check_rotm_entries(const std::array<Fortran, 3>& names, Cblas cblas_form) {
+template <typename R, typename F, typename C>
+void check_rotm(F fortran, C cblas) {
   const R param[5] = {-1, 0.75, -0.5, 0.25, 1.5};
-  auto fortran = [&](Fortran entry) { return [&, entry](R* x, R* y) { entry(&n, x, &incx, y, &incy, param); }; };
-  expect_vector_forms_agree<R>([&](R* x, R* y) { parallel::blas::rotm(n, x, incx, y, incy, param); },
-                               fortran(names[0]), fortran(names[1]), fortran(names[2]),
-                               [&](R* x, R* y) { cblas_form(n, x, incx, y, incy, param); });
+  expect_forms_agree(
+      random_values<R>(57, 1), [&](R* v) { parallel::blas::rotm(n, v, incx, v + 23, incy, param); },
+      [&](R* v) { fortran(&n, v, &incx, v + 23, &incy, param); },
+      [&](R* v) { cblas(n, v, incx, v + 23, incy, param); });
 }
 
-TEST(RotationEntries, RotAndRotm) {
-  check_rot_entries<float>(std::array{&srot_, &srot, &SROT}, &cblas_srot);
-  check_rot_entries<double>(std::array{&drot_, &drot, &DROT}, &cblas_drot);
-  check_rot_entries<c32>(std::array{&csrot_, &csrot, &CSROT}, &cblas_csrot);
-  check_rot_entries<c64>(std::array{&zdrot_, &zdrot, &ZDROT}, &cblas_zdrot);
-  check_rotm_entries<float>(std::array{&srotm_, &srotm, &SROTM}, &cblas_srotm);
-  check_rotm_entries<double>(std::array{&drotm_, &drotm, &DROTM}, &cblas_drotm);
+TEST(RotationEntries, Appliers) {
+  check_rot<float>(&srot_, &cblas_srot);
+  check_rot<double>(&drot_, &cblas_drot);
+  check_rot<c32>(&csrot_, &cblas_csrot);
+  check_rot<c64>(&zdrot_, &cblas_zdrot);
+  check_rotm<float>(&srotm_, &cblas_srotm);
+  check_rotm<double>(&drotm_, &cblas_drotm);
 }
 
 }  // namespace
