@@ -1,6 +1,5 @@
-// Reference matrix-vector product for the Level 2 tests, in long double, on plain arrays of logical
-// elements, with a per-element check against a bound of a few eps times the size of the terms that
-// fails on NaN. The matrix is given as a function of (i, j), so full and band storage share it.
+// Reference Level 2 results: the matrix-vector product in long double with a per-element bound of a few
+// eps times the size of the terms (a NaN fails it), and the rank-one update as a plain loop.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -20,7 +19,7 @@ struct expected_vector {
   std::vector<long double> bound;
 };
 
-// y := alpha*op(A)*x + beta*y for an m by n A; beta = 0 ignores the old y. `element(i, j)` is A(i, j).
+// y := alpha*op(A)*x + beta*y for an m by n A given as element(i, j); beta = 0 ignores the old y.
 template <typename T, typename Element>
 expected_vector<T> reference_matvec(char trans, int m, int n, T alpha, Element element, const std::vector<T>& x,
                                     T beta, const std::vector<T>& y) {
@@ -35,13 +34,11 @@ expected_vector<T> reference_matvec(char trans, int m, int n, T alpha, Element e
       wide_t<T> a = widen(t == 'N' ? element(r, l) : element(l, r));
       if constexpr (is_complex_v<T>)
         if (t == 'C') a = std::conj(a);
-      const wide_t<T> term = a * widen(x[l]);
-      sum += term;
-      size += std::abs(term);
+      sum += a * widen(x[l]);
+      size += std::abs(a * widen(x[l]));
     }
-    const wide_t<T> scaled = widen(alpha) * sum;
     const wide_t<T> old = helper::is_zero(beta) ? wide_t<T>(0) : widen(beta) * widen(y[r]);
-    out.value[r] = scaled + old;
+    out.value[r] = widen(alpha) * sum + old;
     out.bound[r] = 8 * eps * (depth + 4) * (std::abs(widen(alpha)) * size + std::abs(old) + 1);
   }
   return out;
@@ -58,6 +55,14 @@ template <typename T>
                                            << " (bound " << want.bound[i] << ")";
   }
   return ::testing::AssertionSuccess();
+}
+
+// A(i, j) += alpha * x_i * op(y_j), op conjugating when asked; at(i, j) is the element of A.
+template <typename T, typename At>
+void reference_ger(bool conjugate_y, int m, int n, T alpha, const std::vector<T>& x, const std::vector<T>& y,
+                   At&& at) {
+  for (int j = 0; j < n; ++j)
+    for (int i = 0; i < m; ++i) at(i, j) += alpha * x[i] * helper::CONJG(conjugate_y, y[j]);
 }
 
 }  // namespace kovra::testing
