@@ -53,6 +53,15 @@ template <typename T> inline bool is_zero(const T& v) {
   else return v == 0;
 }
 
+// Option letters are kept as given and folded to upper case (c & 0xDF) where they are tested.
+inline char fold_letter(char c) { return static_cast<char>(c & 0xDF); }
+
+// A transposition letter: N, T or C in either case.
+inline bool valid_trans(char c) {
+  const char t = fold_letter(c);
+  return t == 'N' || t == 'T' || t == 'C';
+}
+
 // Exact comparison with one; a complex value is one only if its imaginary part is zero.
 template <typename T> inline bool is_one(const T& v) {
   if constexpr (is_complex_v<T>) return v.real() == 1 && v.imag() == 0;

@@ -31,7 +31,7 @@ struct gbmv_object {
 
   // Rows [m_begin, m_end) of y for 'N', columns [n_begin, n_end) otherwise.
   void run_tile(threading::scratch*, int m_begin, int m_end, int n_begin, int n_end) const {
-    const char t = fold_letter(trans);
+    const char t = helper::fold_letter(trans);
     const int ylen = t == 'N' ? m : n;
     const int first = t == 'N' ? m_begin : n_begin, last = t == 'N' ? m_end : n_end;
     beta_pass(last - first, beta, sub_vector(y, first, last - first, ylen, incy), incy);
@@ -96,7 +96,7 @@ void gbmv_front(char trans, int m, int n, int kl, int ku, T alpha, const T* a, i
   }
   const auto kernel = kernels::get_kernel<T>();
   const gbmv_object<T> record{trans, m, n, kl, ku, alpha, a, lda, x, incx, beta, y, incy};
-  if (fold_letter(trans) == 'N') threading::launch_grid(m, kernel->tile_m, n, n, &record);
+  if (helper::fold_letter(trans) == 'N') threading::launch_grid(m, kernel->tile_m, n, n, &record);
   else threading::launch_grid(m, m, n, kernel->tile_n, &record);
 }
 

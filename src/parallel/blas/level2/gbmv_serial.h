@@ -18,7 +18,7 @@ inline constexpr const char* gbmv_name = "GBMV ";
 // The position of the first bad argument in the Fortran list (TRANS, M, N, KL, KU, ALPHA, A, LDA, X, INCX,
 // BETA, Y, INCY), or 0. lda must hold the kl + ku + 1 stored diagonals.
 inline int gbmv_bad_argument(char trans, int m, int n, int kl, int ku, int lda, int incx, int incy) {
-  if (!valid_trans(trans)) return 1;
+  if (!helper::valid_trans(trans)) return 1;
   if (m < 0) return 2;
   if (n < 0) return 3;
   if (kl < 0) return 4;
@@ -69,7 +69,7 @@ void gbmv_serial(char trans, int m, int n, int kl, int ku, T alpha, const T* a, 
   if (!gbmv_checked(trans, m, n, kl, ku, lda, incx, incy)) return;
   if (m == 0 || n == 0) return;
   if (helper::is_zero(alpha) && helper::is_one(beta)) return;
-  const char t = fold_letter(trans);
+  const char t = helper::fold_letter(trans);
   beta_pass(t == 'N' ? m : n, beta, y, incy);
   if (helper::is_zero(alpha)) return;
   for (int j = 0; j < n; ++j) {

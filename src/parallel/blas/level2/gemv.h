@@ -4,12 +4,12 @@
 #pragma once
 
 #include <cstddef>
-#include <cstdint>
 #include <type_traits>
 
 #include "helper/helper.h"
 #include "kernels/get_kernel.h"
 #include "parallel/blas/level2/gemv_serial.h"
+#include "parallel/blas/level2/packed_vectors.h"
 #include "threading/launch.h"
 #include "threading/scratch.h"
 
@@ -32,7 +32,7 @@ struct gemv_object {
 
   // Rows [m_begin, m_end) for 'N', columns [n_begin, n_end) otherwise; the other range is whole.
   void run_tile(threading::scratch* s, int m_begin, int m_end, int n_begin, int n_end) const {
-    const bool plain = fold_letter(trans) == 'N';
+    const bool plain = helper::fold_letter(trans) == 'N';
     const int rows = m_end - m_begin, cols = n_end - n_begin;
     const int xlen = plain ? n : m, ylen = plain ? m : n;
     const int first = plain ? m_begin : n_begin, last = plain ? m_end : n_end;
@@ -41,17 +41,13 @@ struct gemv_object {
     const T* const a_tile = plain ? a + m_begin : a + std::ptrdiff_t{lda} * n_begin;
 
     // Both vectors strided: copy all of x and the slice of y into the scratch so that the unit-stride
-    // kernels do the work. The slice starts on the first page boundary after x; the page added in the
-    // size test pays for that rounding. Too long for the scratch: run strided in place.
-    constexpr std::size_t page = 4096;
-    if (incx != 1 && incy != 1 && (std::size_t(xlen) + slice) * sizeof(T) + page < threading::scratch_bytes) {
-      T* const x_packed = reinterpret_cast<T*>(s->storage);
-      const auto x_end = reinterpret_cast<std::uintptr_t>(x_packed + xlen);
-      T* const y_packed = reinterpret_cast<T*>((x_end + page - 1) & ~std::uintptr_t{page - 1});
-      vec_gather(xlen, x, incx, x_packed);
-      vec_gather(slice, y_slice, incy, y_packed);
-      gemv_serial(trans, rows, cols, alpha, a_tile, lda, x_packed, 1, beta, y_packed, 1);
-      vec_scatter(slice, y_packed, y_slice, incy);
+    // kernels do the work. Too long for the scratch: run strided in place.
+    if (incx != 1 && incy != 1 && packed_vectors_fit<T>(xlen, slice)) {
+      const packed_vectors<T> packed = place_packed_vectors<T>(s, xlen);
+      vec_gather(xlen, x, incx, packed.x);
+      vec_gather(slice, y_slice, incy, packed.y);
+      gemv_serial(trans, rows, cols, alpha, a_tile, lda, packed.x, 1, beta, packed.y, 1);
+      vec_scatter(slice, packed.y, y_slice, incy);
       return;
     }
     gemv_serial(trans, rows, cols, alpha, a_tile, lda, x, incx, beta, y_slice, incy);
@@ -62,7 +58,7 @@ struct gemv_object {
 template <typename T>
 void gemv_tasks(const gemv_object<T>& record) {
   const auto kernel = kernels::get_kernel<T>();
-  if (fold_letter(record.trans) == 'N') threading::launch_grid(record.m, kernel->tile_m, record.n, record.n, &record);
+  if (helper::fold_letter(record.trans) == 'N') threading::launch_grid(record.m, kernel->tile_m, record.n, record.n, &record);
   else threading::launch_grid(record.m, record.m, record.n, kernel->tile_n, &record);
 }
 

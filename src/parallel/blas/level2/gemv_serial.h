@@ -18,7 +18,7 @@ inline constexpr const char* gemv_name = "GEMV ";
 // The position of the first bad argument in the Fortran list (TRANS, M, N, ALPHA, A, LDA, X, INCX, BETA,
 // Y, INCY), or 0.
 inline int gemv_bad_argument(char trans, int m, int n, int lda, int incx, int incy) {
-  if (!valid_trans(trans)) return 1;
+  if (!helper::valid_trans(trans)) return 1;
   if (m < 0) return 2;
   if (n < 0) return 3;
   if (lda < helper::MAX(1, m)) return 6;
@@ -40,7 +40,7 @@ inline bool gemv_checked(char trans, int m, int n, int lda, int incx, int incy) 
 // column j with x to y_j. Only 'N' with a unit incy reaches the kernel's axpy.
 template <typename T>
 void gemv_columns(char trans, int m, int n, T alpha, const T* a, int lda, const T* x, int incx, T* y, int incy) {
-  const char t = fold_letter(trans);
+  const char t = helper::fold_letter(trans);
   for (int j = 0; j < n; ++j) {
     const T* column = a + std::ptrdiff_t{lda} * j;
     if (t == 'N') {
@@ -56,7 +56,7 @@ void gemv_columns(char trans, int m, int n, T alpha, const T* a, int lda, const 
 template <typename T>
 void gemv_core(char trans, int m, int n, T alpha, const T* a, int lda, const T* x, int incx, T beta, T* y,
                int incy) {
-  beta_pass(fold_letter(trans) == 'N' ? m : n, beta, y, incy);
+  beta_pass(helper::fold_letter(trans) == 'N' ? m : n, beta, y, incy);
   if (helper::is_zero(alpha)) return;
   gemv_columns(trans, m, n, alpha, a, lda, x, incx, y, incy);
 }

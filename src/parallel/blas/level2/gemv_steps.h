@@ -1,4 +1,4 @@
-// The steps that GEMV and GBMV share, serially and in their tiles: the transpose test, where a piece of a
+// The steps that GEMV and GBMV share, serially and in their tiles: where a piece of a
 // strided vector starts, the beta pass over y, and the update of one y element by a dot product.
 #pragma once
 
@@ -10,13 +10,6 @@
 #include "parallel/blas/level2/vector_primitives.h"
 
 namespace kovra::parallel::blas {
-
-// Transpose characters are kept as given and folded to upper case where they are tested.
-inline char fold_letter(char c) { return static_cast<char>(c & 0xDF); }
-inline bool valid_trans(char c) {
-  const char t = fold_letter(c);
-  return t == 'N' || t == 'T' || t == 'C';
-}
 
 // The element at logical index i of a len-element vector with increment inc.
 template <typename T> T& logical_at(T* v, int i, int len, int inc) { return v[logical_offset(i, len, inc)]; }

@@ -8,7 +8,6 @@
 #pragma once
 
 #include <cstddef>
-#include <cstdint>
 #include <type_traits>
 
 #include "error/error.h"
@@ -16,6 +15,7 @@
 #include "helper/helper.h"
 #include "kernels/get_kernel.h"
 #include "parallel/blas/level1/logical_element.h"
+#include "parallel/blas/level2/packed_vectors.h"
 #include "parallel/blas/level2/vector_primitives.h"
 #include "threading/launch.h"
 #include "threading/scratch.h"
@@ -82,15 +82,6 @@ void rank_one_serial_unit(int m, int n, T alpha, const T* x, const T* y, T* a, i
   rank_one_columns<Form>(m, n, alpha, x, 1, y, 1, a, lda);
 }
 
-// Whether a tile may gather x (m elements) and its y slice (s elements) into the worker's scratch: the
-// 4096 bytes pay for rounding the slice's start up to a page boundary. Counted in 64 bits, since m + s
-// elements of 16 bytes overflow a 32-bit size.
-template <typename T>
-bool rank_one_gather_fits(int m, int s) {
-  const std::uint64_t bytes = (std::uint64_t(m) + std::uint64_t(s)) * sizeof(T) + threading::scratch_alignment;
-  return bytes < threading::scratch_bytes;
-}
-
 // The call's arguments as given, shared read-only by all tiles; ger_object, geru_object and gerc_object
 // below are this record under their routine's name.
 template <rank_one_form Form, typename T>
@@ -114,14 +105,11 @@ struct rank_one_object {
     T* const columns = a + std::ptrdiff_t{lda} * first_n;
     const T* const y_slice =
         incy > 0 ? y + std::ptrdiff_t{incy} * first_n : y + std::ptrdiff_t{incy} * (last_n - n);
-    if (incx != 1 && incy != 1 && rank_one_gather_fits<T>(m, s)) {
-      T* const x_copy = reinterpret_cast<T*>(scratch);
-      const std::uintptr_t x_end = reinterpret_cast<std::uintptr_t>(x_copy + m);
-      T* const y_copy = reinterpret_cast<T*>((x_end + (threading::scratch_alignment - 1)) &
-                                             ~std::uintptr_t{threading::scratch_alignment - 1});
-      vec_gather(m, x, incx, x_copy);
-      vec_gather(s, y_slice, incy, y_copy);
-      rank_one_serial_unit<Form>(m, s, alpha, x_copy, y_copy, columns, lda);
+    if (incx != 1 && incy != 1 && packed_vectors_fit<T>(m, s)) {
+      const packed_vectors<T> packed = place_packed_vectors<T>(scratch, m);
+      vec_gather(m, x, incx, packed.x);
+      vec_gather(s, y_slice, incy, packed.y);
+      rank_one_serial_unit<Form>(m, s, alpha, packed.x, packed.y, columns, lda);
     } else {
       rank_one_serial<Form>(m, s, alpha, x, incx, y_slice, incy, columns, lda);
     }

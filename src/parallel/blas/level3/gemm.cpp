@@ -9,13 +9,11 @@
 namespace kovra::parallel::blas {
 namespace {
 
-bool valid_trans(char folded) { return folded == 'N' || folded == 'T' || folded == 'C'; }
-
 // The position of the first bad argument in the Fortran argument list, or 0.
 int first_bad_argument(char transa, char transb, int m, int n, int k, int lda, int ldb, int ldc) {
-  const char ta = transa & 0xDF, tb = transb & 0xDF;
-  if (!valid_trans(ta)) return 1;
-  if (!valid_trans(tb)) return 2;
+  const char ta = helper::fold_letter(transa), tb = helper::fold_letter(transb);
+  if (!helper::valid_trans(ta)) return 1;
+  if (!helper::valid_trans(tb)) return 2;
   if (m < 0) return 3;
   if (n < 0) return 4;
   if (k < 0) return 5;
@@ -47,7 +45,7 @@ void gemm(char transa, char transb, int m, int n, int k, T alpha, const T* a, in
 template <typename T>
 void gemm_tasks(std::shared_ptr<kernels::kernel_object<T>> kernel, char transa, char transb, int m, int n, int k,
                 T alpha, const T* a, int lda, const T* b, int ldb, T beta, T* c, int ldc) {
-  const char ta = transa & 0xDF, tb = transb & 0xDF;
+  const char ta = helper::fold_letter(transa), tb = helper::fold_letter(transb);
   const int tile_m = kernel->tile_m, tile_n = kernel->tile_n;
   const gemm_object<T> record{transa,    transb,    m,         n,         k,   alpha,  a,
                               lda,       b,         ldb,       beta,      c,   ldc,    ta == 'N',

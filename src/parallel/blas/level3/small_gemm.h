@@ -28,7 +28,7 @@ void small_gemm(char transa, char transb, int m, int n, int k, T alpha, const T*
                 T beta, T* c, int ldc) {
   if (m == 0 || n == 0) return;
   if ((k == 0 || helper::is_zero(alpha)) && helper::is_one(beta)) return;
-  const char ta = transa & 0xDF, tb = transb & 0xDF;
+  const char ta = helper::fold_letter(transa), tb = helper::fold_letter(transb);
   const bool nota = ta == 'N', notb = tb == 'N', conja = ta == 'C', conjb = tb == 'C';
   auto A = [&](int i, int l) { return a[i + static_cast<long>(l) * lda]; };
   auto B = [&](int l, int j) { return b[l + static_cast<long>(j) * ldb]; };
