@@ -8,17 +8,5 @@
 #define KOVRA_ARM32 0
 #endif
 
-#if defined(__ARM_NEON) || defined(__ARM_NEON__)
-#define KOVRA_HAVE_NEON_BASELINE 1
-#else
-#define KOVRA_HAVE_NEON_BASELINE 0
-#endif
-
-#if defined(__ANDROID__)
-#define KOVRA_ANDROID 1
-#else
-#define KOVRA_ANDROID 0
-#endif
-
 // Marks the public entries; everything else stays inside libKOVRA.
 #define KOVRA_EXPORT __attribute__((visibility("default")))

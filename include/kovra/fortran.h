@@ -5,7 +5,8 @@
 #ifndef KOVRA_FORTRAN_H
 #define KOVRA_FORTRAN_H
 
-/* Declares the three names of one routine. */
+/* Declares the three names of one routine; undefined again at the end of this header, so that an
+ * application that includes it keeps its macro namespace. */
 #define KOVRA_FORTRAN_NAMES(result, lower, upper, params) \
   result lower##_ params;                                \
   result lower params;                                   \
@@ -220,5 +221,7 @@ KOVRA_FORTRAN_NAMES(void, zgemm, ZGEMM,
 #ifdef __cplusplus
 }
 #endif
+
+#undef KOVRA_FORTRAN_NAMES
 
 #endif

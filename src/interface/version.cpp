@@ -2,6 +2,7 @@
 // processor. Nothing here can fail but the kernel's own creation.
 #include "kovra/kovra_version.h"
 
+#include "interface/version_numbers.h"
 #include "kernels/get_kernel.h"
 #include "platform.h"
 
@@ -9,10 +10,6 @@ namespace {
 
 constexpr const char* library_name = "Norvane Basic Linear Algebra Subroutines (KOVRA)";
 constexpr const char* vendor_name = "Norvane Technologies, Inc. (NVL)";
-constexpr const char* version_text = "Norvane Basic Linear Algebra Subroutines (KOVRA) Version 0.11.38";
-constexpr int version_major = 0;
-constexpr int version_minor = 11;
-constexpr int version_patch = 38;
 // Read by nothing in the library; kept for applications that print the whole record.
 constexpr int version_extra = 1;
 // The one architecture this library is built for; the portable path reports it too.
@@ -22,7 +19,7 @@ constexpr const char* release_date = "Feb  5 2015";
 
 }  // namespace
 
-extern "C" KOVRA_EXPORT void KOVRAVersionString(const char** out) { *out = version_text; }
+extern "C" KOVRA_EXPORT void KOVRAVersionString(const char** out) { *out = kovra::interface::version_text; }
 
 extern "C" KOVRA_EXPORT int KOVRAVersionInfo(KOVRAVersionRecord* out) {
   // Choosing the float kernel writes kernel_name; every type chooses by the same test, so the name
@@ -30,9 +27,9 @@ extern "C" KOVRA_EXPORT int KOVRAVersionInfo(KOVRAVersionRecord* out) {
   kovra::kernels::get_kernel<float>();
   out->name = library_name;
   out->vendor = vendor_name;
-  out->major = version_major;
-  out->minor = version_minor;
-  out->patch = version_patch;
+  out->major = kovra::interface::version_major;
+  out->minor = kovra::interface::version_minor;
+  out->patch = kovra::interface::version_patch;
   out->extra = version_extra;
   out->kernel = kovra::kernels::kernel_name.load();
   out->architecture = architecture_name;
