@@ -65,8 +65,8 @@ class kernel_object {
 };
 
 // Where this kernel's packed blocks and edge tile lie in a worker's scratch.
-template <typename T> scratch_layout split_scratch(const kernel_object<T>& k) {
-  return split_scratch(k.block_m, k.block_n, k.block_k, k.tile_m, k.tile_n, k.a_block_slack, sizeof(T));
+template <typename T> helper::block_layout plan_blocks(const kernel_object<T>& k) {
+  return helper::plan_blocks(k.block_m, k.block_n, k.block_k, k.tile_m, k.tile_n, k.a_block_slack, sizeof(T));
 }
 
 extern template class kernel_object<float>;

@@ -61,8 +61,8 @@ TYPED_TEST(GetKernel, PortableKernelHasEightByFourTilesAndFitsTheScratch) {
   EXPECT_EQ(kernel->a_block_slack, 0);
   // block_k follows the element width: the packed A block is 512 KiB for every type.
   EXPECT_EQ(std::size_t(kernel->block_m) * kernel->block_k * sizeof(T), std::size_t(512) * 1024);
-  const kovra::kernels::scratch_layout layout = kovra::kernels::split_scratch(*kernel);
-  EXPECT_LE(layout.end, kovra::threading::scratch_bytes);
+  const kovra::helper::block_layout layout = kovra::kernels::plan_blocks(*kernel);
+  EXPECT_LE(layout.end, kovra::helper::scratch_bytes);
 }
 
 }  // namespace

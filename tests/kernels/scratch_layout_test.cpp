@@ -3,16 +3,16 @@
 
 #include <gtest/gtest.h>
 
-#include "kernels/blocking.h"
+#include "helper/scratch_plan.h"
 
 namespace {
 
-using kovra::kernels::fits_scratch;
-using kovra::kernels::split_scratch;
+using kovra::helper::fits_scratch;
+using kovra::helper::plan_blocks;
 
 TEST(ScratchLayout, BlockOffsetsAndPageAlignedEdgeTile) {
   // 512 x 256 floats of A, then 256 x 16 of B ending exactly on a page: the edge tile starts there.
-  const auto plain = split_scratch(512, 16, 256, 8, 4, 0, sizeof(float));
+  const auto plain = plan_blocks(512, 16, 256, 8, 4, 0, sizeof(float));
   EXPECT_EQ(plain.a_offset, 0u);
   EXPECT_EQ(plain.b_offset, 524288u);
   EXPECT_EQ(plain.edge_offset, 540672u);
@@ -20,7 +20,7 @@ TEST(ScratchLayout, BlockOffsetsAndPageAlignedEdgeTile) {
   EXPECT_TRUE(fits_scratch(plain));
 
   // Slack moves B; a B block ending inside a page pushes the edge tile to the next boundary.
-  const auto odd = split_scratch(4, 3, 5, 2, 3, 7, 16);
+  const auto odd = plan_blocks(4, 3, 5, 2, 3, 7, 16);
   EXPECT_EQ(odd.b_offset, (7u + 20u) * 16u);
   EXPECT_EQ(odd.edge_offset, 4096u);
   EXPECT_EQ(odd.end, 4096u + 6u * 16u);
@@ -28,12 +28,12 @@ TEST(ScratchLayout, BlockOffsetsAndPageAlignedEdgeTile) {
 
 TEST(ScratchLayout, FullDepthBlocksOfWideElementsDoNotFit) {
   // 512 by 256 elements of A: the whole megabyte for 8-byte elements, twice that for 16-byte ones.
-  EXPECT_FALSE(fits_scratch(split_scratch(512, 16, 256, 8, 4, 0, sizeof(double))));
-  EXPECT_FALSE(fits_scratch(split_scratch(512, 16, 256, 8, 4, 0, sizeof(std::complex<double>))));
+  EXPECT_FALSE(fits_scratch(plan_blocks(512, 16, 256, 8, 4, 0, sizeof(double))));
+  EXPECT_FALSE(fits_scratch(plan_blocks(512, 16, 256, 8, 4, 0, sizeof(std::complex<double>))));
   // A block of 254 pages, one byte of B, the edge tile on page 255: a 4096-byte tile ends exactly at
   // the end of the scratch, one row more runs past it.
-  EXPECT_TRUE(fits_scratch(split_scratch(254 * 4096, 1, 1, 64, 64, 0, 1)));
-  EXPECT_FALSE(fits_scratch(split_scratch(254 * 4096, 1, 1, 65, 64, 0, 1)));
+  EXPECT_TRUE(fits_scratch(plan_blocks(254 * 4096, 1, 1, 64, 64, 0, 1)));
+  EXPECT_FALSE(fits_scratch(plan_blocks(254 * 4096, 1, 1, 65, 64, 0, 1)));
 }
 
 }  // namespace

@@ -7,9 +7,9 @@
 #include <type_traits>
 
 #include "helper/helper.h"
+#include "helper/scratch_plan.h"
 #include "kernels/get_kernel.h"
 #include "parallel/blas/level2/gemv_serial.h"
-#include "parallel/blas/level2/packed_vectors.h"
 #include "threading/launch.h"
 #include "threading/scratch.h"
 
@@ -42,8 +42,8 @@ struct gemv_object {
 
     // Both vectors strided: copy all of x and the slice of y into the scratch so that the unit-stride
     // kernels do the work. Too long for the scratch: run strided in place.
-    if (incx != 1 && incy != 1 && packed_vectors_fit<T>(xlen, slice)) {
-      const packed_vectors<T> packed = place_packed_vectors<T>(s, xlen);
+    if (incx != 1 && incy != 1 && helper::packed_vectors_fit<T>(xlen, slice)) {
+      const helper::packed_vectors<T> packed = helper::place_packed_vectors<T>(s->storage, xlen);
       vec_gather(xlen, x, incx, packed.x);
       vec_gather(slice, y_slice, incy, packed.y);
       gemv_serial(trans, rows, cols, alpha, a_tile, lda, packed.x, 1, beta, packed.y, 1);

@@ -13,9 +13,9 @@
 #include "error/error.h"
 #include "helper/complex_arith.h"
 #include "helper/helper.h"
+#include "helper/scratch_plan.h"
 #include "kernels/get_kernel.h"
 #include "parallel/blas/level1/logical_element.h"
-#include "parallel/blas/level2/packed_vectors.h"
 #include "parallel/blas/level2/vector_primitives.h"
 #include "threading/launch.h"
 #include "threading/scratch.h"
@@ -105,8 +105,8 @@ struct rank_one_object {
     T* const columns = a + std::ptrdiff_t{lda} * first_n;
     const T* const y_slice =
         incy > 0 ? y + std::ptrdiff_t{incy} * first_n : y + std::ptrdiff_t{incy} * (last_n - n);
-    if (incx != 1 && incy != 1 && packed_vectors_fit<T>(m, s)) {
-      const packed_vectors<T> packed = place_packed_vectors<T>(scratch, m);
+    if (incx != 1 && incy != 1 && helper::packed_vectors_fit<T>(m, s)) {
+      const helper::packed_vectors<T> packed = helper::place_packed_vectors<T>(scratch->storage, m);
       vec_gather(m, x, incx, packed.x);
       vec_gather(s, y_slice, incy, packed.y);
       rank_one_serial_unit<Form>(m, s, alpha, packed.x, packed.y, columns, lda);

@@ -30,16 +30,16 @@ void small_gemm(char transa, char transb, int m, int n, int k, T alpha, const T*
   if ((k == 0 || helper::is_zero(alpha)) && helper::is_one(beta)) return;
   const char ta = helper::fold_letter(transa), tb = helper::fold_letter(transb);
   const bool nota = ta == 'N', notb = tb == 'N', conja = ta == 'C', conjb = tb == 'C';
-  auto A = [&](int i, int l) { return a[i + static_cast<long>(l) * lda]; };
-  auto B = [&](int l, int j) { return b[l + static_cast<long>(j) * ldb]; };
+  auto A = [&](int i, int l) { return a[i + std::ptrdiff_t{l} * lda]; };
+  auto B = [&](int l, int j) { return b[l + std::ptrdiff_t{j} * ldb]; };
 
   if (helper::is_zero(alpha)) {
-    for (int j = 0; j < n; ++j) scale_column(c + static_cast<long>(j) * ldc, m, beta);
+    for (int j = 0; j < n; ++j) scale_column(c + std::ptrdiff_t{j} * ldc, m, beta);
     return;
   }
   if (nota) {
     for (int j = 0; j < n; ++j) {
-      T* cj = c + static_cast<long>(j) * ldc;
+      T* cj = c + std::ptrdiff_t{j} * ldc;
       scale_column(cj, m, beta);
       for (int l = 0; l < k; ++l) {
         const T bl = notb ? B(l, j) : helper::CONJG(conjb, B(j, l));
@@ -51,7 +51,7 @@ void small_gemm(char transa, char transb, int m, int n, int k, T alpha, const T*
     return;
   }
   for (int j = 0; j < n; ++j) {
-    T* cj = c + static_cast<long>(j) * ldc;
+    T* cj = c + std::ptrdiff_t{j} * ldc;
     for (int i = 0; i < m; ++i) {
       T temp = T(0);
       for (int l = 0; l < k; ++l) {
