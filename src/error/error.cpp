@@ -11,6 +11,12 @@ void xerbla(std::string routine, int position) {
             << " had an illegal value!\n";
 }
 
+bool bad_argument(const char* family, int position) {
+  if (position == 0) return false;
+  xerbla(family, position);
+  return true;
+}
+
 void kovra_error(std::string message) {
   std::cerr << "** KOVRA SYSTEM ERROR! " << message << std::endl;
 }

@@ -13,7 +13,7 @@
   extern "C" KOVRA_EXPORT decltype(lower##_) lower __attribute__((alias(#lower "_"))); \
   extern "C" KOVRA_EXPORT decltype(lower##_) UPPER __attribute__((alias(#lower "_")))
 
-namespace kovra::helper {
+namespace kovra::interface {
 
 // A scalar passed by address: a real value, or a complex one as its (real, imaginary) pair. Both parts
 // are read here, at the entry, before the routine tests anything.
@@ -24,4 +24,4 @@ inline T load_scalar(const void* address) {
   else return parts[0];
 }
 
-}  // namespace kovra::helper
+}  // namespace kovra::interface

@@ -6,7 +6,7 @@
 
 #include "kovra/cblas.h"
 
-namespace kovra::helper {
+namespace kovra::interface {
 
 inline bool is_col_major(int order) { return order == CblasColMajor; }
 
@@ -43,4 +43,4 @@ inline char side_char(int side) {
   }
 }
 
-}  // namespace kovra::helper
+}  // namespace kovra::interface

@@ -159,7 +159,7 @@ TEST(Cabs1, SumsTheAbsoluteParts) {
 }
 
 TEST(CblasEnumerations, MapToCharactersAndAnythingElseToX) {
-  using namespace helper;
+  using namespace interface;
   EXPECT_EQ(std::string() + trans_char(CblasNoTrans) + trans_char(CblasTrans) + trans_char(CblasConjTrans), "NTC");
   EXPECT_EQ(std::string() + uplo_char(CblasUpper) + uplo_char(CblasLower), "UL");
   EXPECT_EQ(std::string() + diag_char(CblasNonUnit) + diag_char(CblasUnit), "NU");

@@ -9,7 +9,7 @@
 
 namespace {
 
-using kovra::helper::load_scalar;
+using kovra::interface::load_scalar;
 using c32 = std::complex<float>;
 using c64 = std::complex<double>;
 

@@ -1,16 +1,17 @@
 // SGBMV, DGBMV, CGBMV, ZGBMV: the Fortran names (three per routine) and the cblas_ forms, mapped by
-// general_cblas.h (a row-major call swaps M and N, and KL and KU).
+// parallel/blas/row_major.h (a row-major call swaps M and N, and KL and KU).
 #include <complex>
 
 #include "interface/entry.h"
-#include "interface/level2/general_cblas.h"
+#include "interface/enums.h"
 #include "kovra/cblas.h"
 #include "kovra/fortran.h"
+#include "parallel/blas/row_major.h"
 #include "parallel/blas/level2/gbmv.h"
 
 namespace {
 
-using kovra::helper::load_scalar;
+using kovra::interface::load_scalar;
 using kovra::parallel::blas::gbmv_front;
 using c32 = std::complex<float>;
 using c64 = std::complex<double>;
@@ -33,11 +34,14 @@ void gbmv_by_reference(const char* trans, const int* m, const int* n, const int*
 template <typename T>
 void gbmv_cblas(int order, int trans, int m, int n, int kl, int ku, T alpha, const T* a, int lda, const T* x,
                 int incx, T beta, T* y, int incy) {
-  kovra::helper::general_cblas(order, trans, m, n, alpha, x, incx, beta, y, incy,
-                               [&](char t, bool swapped, T al, const T* xs, int xinc, T be) {
-                                 if (swapped) gbmv_front(t, n, m, ku, kl, al, a, lda, xs, xinc, be, y, incy);
-                                 else gbmv_front(t, m, n, kl, ku, al, a, lda, xs, xinc, be, y, incy);
-                               });
+  using kovra::interface::trans_char;
+  if (kovra::interface::is_col_major(order))
+    gbmv_front(trans_char(trans), m, n, kl, ku, alpha, a, lda, x, incx, beta, y, incy);
+  else
+    kovra::parallel::blas::row_major_matvec(trans_char(trans), m, n, alpha, x, incx, beta, y, incy,
+                                            [&](char t, T al, const T* xs, int xinc, T be) {
+                                              gbmv_front(t, n, m, ku, kl, al, a, lda, xs, xinc, be, y, incy);
+                                            });
 }
 
 }  // namespace

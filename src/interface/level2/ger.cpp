@@ -1,20 +1,16 @@
 // SGER, DGER, CGERU, ZGERU, CGERC, ZGERC: the Fortran names (three per routine) and the cblas_ forms. A
 // row-major call updates the column-major transpose: x and y change places, and so do M and N.
 #include <complex>
-#include <cstddef>
-#include <cstdlib>
 
-#include "helper/aligned.h"
 #include "interface/entry.h"
 #include "interface/enums.h"
 #include "kovra/cblas.h"
 #include "kovra/fortran.h"
-#include "parallel/blas/level1/logical_element.h"
 #include "parallel/blas/level2/ger.h"
 
 namespace {
 
-using kovra::helper::load_scalar;
+using kovra::interface::load_scalar;
 using kovra::parallel::blas::ger_front;
 using kovra::parallel::blas::gerc_front;
 using kovra::parallel::blas::geru_front;
@@ -40,25 +36,14 @@ void ger_by_reference(rank_one_routine<T> routine, const int* m, const int* n, c
 template <typename T>
 void ger_cblas(rank_one_routine<T> routine, int order, int m, int n, T alpha, const T* x, int incx, const T* y,
                int incy, T* a, int lda) {
-  if (kovra::helper::is_col_major(order)) routine(m, n, alpha, x, incx, y, incy, a, lda);
+  if (kovra::interface::is_col_major(order)) routine(m, n, alpha, x, incx, y, incy, a, lda);
   else routine(n, m, alpha, y, incy, x, incx, a, lda);
 }
 
-// GERC row-major: A^T += alpha*conj(y)*x^T has its conjugated vector first, which no routine conjugates, so
-// conj(y) is copied (contiguous, in logical order) and the unconjugated update runs on the copy. Its
-// reports therefore name GERU, and a zero incY is not refused: the update sees increment 1. A failed
-// allocation has been reported by the helper and the call goes on with the null pointer.
 template <typename T>
 void gerc_cblas(int order, int m, int n, T alpha, const T* x, int incx, const T* y, int incy, T* a, int lda) {
-  if (kovra::helper::is_col_major(order)) {
-    gerc_front(m, n, alpha, x, incx, y, incy, a, lda);
-    return;
-  }
-  T* const conj_y = kovra::helper::aligned_array<T>(n);
-  std::ptrdiff_t iy = kovra::parallel::blas::logical_offset(0, n, incy);
-  for (int i = 0; i < n; ++i, iy += incy) conj_y[i] = kovra::helper::CONJG<T>(true, y[iy]);
-  geru_front(n, m, alpha, conj_y, 1, x, incx, a, lda);
-  std::free(conj_y);
+  if (kovra::interface::is_col_major(order)) gerc_front(m, n, alpha, x, incx, y, incy, a, lda);
+  else kovra::parallel::blas::gerc_row_major(m, n, alpha, x, incx, y, incy, a, lda);
 }
 
 }  // namespace

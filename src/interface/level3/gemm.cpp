@@ -10,7 +10,7 @@
 
 namespace {
 
-using kovra::helper::load_scalar;
+using kovra::interface::load_scalar;
 using c32 = std::complex<float>;
 using c64 = std::complex<double>;
 
@@ -25,8 +25,8 @@ void gemm_by_reference(const char* transa, const char* transb, const int* m, con
 template <typename T>
 void gemm_cblas(int order, int transa, int transb, int m, int n, int k, T alpha, const T* a, int lda, const T* b,
                 int ldb, T beta, T* c, int ldc) {
-  using kovra::helper::trans_char;
-  if (kovra::helper::is_col_major(order))
+  using kovra::interface::trans_char;
+  if (kovra::interface::is_col_major(order))
     kovra::parallel::blas::gemm(trans_char(transa), trans_char(transb), m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
   else
     kovra::parallel::blas::gemm(trans_char(transb), trans_char(transa), n, m, k, alpha, b, ldb, a, lda, beta, c, ldc);

@@ -87,7 +87,7 @@ struct gbmv_object {
 template <typename T>
 void gbmv_front(char trans, int m, int n, int kl, int ku, T alpha, const T* a, int lda, const T* x, int incx, T beta,
                 T* y, int incy) {
-  if (!gbmv_checked(trans, m, n, kl, ku, lda, incx, incy)) return;
+  if (error::bad_argument(gbmv_name, gbmv_bad_argument(trans, m, n, kl, ku, lda, incx, incy))) return;
   if (m == 0 || n == 0) return;
   if (helper::is_zero(alpha) && helper::is_one(beta)) return;
   if (m <= serial_cutoff && n <= serial_cutoff) {

@@ -29,14 +29,6 @@ inline int gbmv_bad_argument(char trans, int m, int n, int kl, int ku, int lda, 
   return 0;
 }
 
-inline bool gbmv_checked(char trans, int m, int n, int kl, int ku, int lda, int incx, int incy) {
-  if (const int position = gbmv_bad_argument(trans, m, n, kl, ku, lda, incx, incy)) {
-    error::xerbla(gbmv_name, position);
-    return false;
-  }
-  return true;
-}
-
 // The stored part of band column j: rows [first, first + count), starting at `stored` in a. `stored`
 // lies inside column j's storage even when the column holds no row of A (count <= 0).
 template <typename T>
@@ -66,7 +58,7 @@ void gbmv_dot_column(bool conjugate, int m, int n, int kl, int ku, T alpha, cons
 template <typename T>
 void gbmv_serial(char trans, int m, int n, int kl, int ku, T alpha, const T* a, int lda, const T* x, int incx,
                  T beta, T* y, int incy) {
-  if (!gbmv_checked(trans, m, n, kl, ku, lda, incx, incy)) return;
+  if (error::bad_argument(gbmv_name, gbmv_bad_argument(trans, m, n, kl, ku, lda, incx, incy))) return;
   if (m == 0 || n == 0) return;
   if (helper::is_zero(alpha) && helper::is_one(beta)) return;
   const char t = helper::fold_letter(trans);

@@ -66,7 +66,7 @@ void gemv_tasks(const gemv_object<T>& record) {
 template <typename T>
 void gemv_front(char trans, int m, int n, T alpha, const T* a, int lda, const T* x, int incx, T beta, T* y,
                 int incy) {
-  if (!gemv_checked(trans, m, n, lda, incx, incy)) return;
+  if (error::bad_argument(gemv_name, gemv_bad_argument(trans, m, n, lda, incx, incy))) return;
   if (m == 0 || n == 0) return;
   if (helper::is_zero(alpha) && helper::is_one(beta)) return;
   if (m <= serial_cutoff && n <= serial_cutoff) {
@@ -80,7 +80,7 @@ void gemv_front(char trans, int m, int n, T alpha, const T* a, int lda, const T*
 template <typename T>
 void gemv_front_unit(char trans, int m, int n, const T* a, int lda, const T* x, int incx, T* y, int incy) {
   static_assert(std::is_same_v<T, float> || std::is_same_v<T, double>, "real element types only");
-  if (!gemv_checked(trans, m, n, lda, incx, incy)) return;
+  if (error::bad_argument(gemv_name, gemv_bad_argument(trans, m, n, lda, incx, incy))) return;
   if (m == 0 || n == 0) return;
   if (m <= serial_cutoff && n <= serial_cutoff) {
     gemv_serial_acc(trans, m, n, a, lda, x, incx, y, incy, T(1));

@@ -27,14 +27,6 @@ inline int gemv_bad_argument(char trans, int m, int n, int lda, int incx, int in
   return 0;
 }
 
-inline bool gemv_checked(char trans, int m, int n, int lda, int incx, int incy) {
-  if (const int position = gemv_bad_argument(trans, m, n, lda, incx, incy)) {
-    error::xerbla(gemv_name, position);
-    return false;
-  }
-  return true;
-}
-
 // y += alpha*op(A)*x for a non-zero alpha, column by column. 'N' adds alpha*x_j times column j, skipping
 // a column whose x_j is zero (so NaN in it never reaches y); 'T' and 'C' add alpha times the dot of
 // column j with x to y_j. Only 'N' with a unit incy reaches the kernel's axpy.
@@ -64,7 +56,7 @@ void gemv_core(char trans, int m, int n, T alpha, const T* a, int lda, const T* 
 template <typename T>
 void gemv_serial(char trans, int m, int n, T alpha, const T* a, int lda, const T* x, int incx, T beta, T* y,
                  int incy) {
-  if (!gemv_checked(trans, m, n, lda, incx, incy)) return;
+  if (error::bad_argument(gemv_name, gemv_bad_argument(trans, m, n, lda, incx, incy))) return;
   if (m == 0 || n == 0) return;
   if (helper::is_zero(alpha) && helper::is_one(beta)) return;
   gemv_core(trans, m, n, alpha, a, lda, x, incx, beta, y, incy);
@@ -74,7 +66,7 @@ void gemv_serial(char trans, int m, int n, T alpha, const T* a, int lda, const T
 template <typename T>
 void gemv_serial_acc(char trans, int m, int n, const T* a, int lda, const T* x, int incx, T* y, int incy, T alpha) {
   static_assert(std::is_same_v<T, float> || std::is_same_v<T, double>, "real element types only");
-  if (!gemv_checked(trans, m, n, lda, incx, incy)) return;
+  if (error::bad_argument(gemv_name, gemv_bad_argument(trans, m, n, lda, incx, incy))) return;
   if (m == 0 || n == 0 || alpha == 0) return;
   gemv_columns(trans, m, n, alpha, a, lda, x, incx, y, incy);
 }

@@ -17,6 +17,7 @@
 #include "kernels/get_kernel.h"
 #include "parallel/blas/level1/logical_element.h"
 #include "parallel/blas/level2/vector_primitives.h"
+#include "parallel/blas/row_major.h"
 #include "threading/launch.h"
 #include "threading/scratch.h"
 
@@ -35,7 +36,7 @@ constexpr void check_rank_one_form() {
 }
 
 // The position of the first bad argument in (M, N, ALPHA, X, INCX, Y, INCY, A, LDA), or 0.
-inline int first_bad_ger_argument(int m, int n, int incx, int incy, int lda) {
+inline int ger_bad_argument(int m, int n, int incx, int incy, int lda) {
   if (m < 0) return 1;
   if (n < 0) return 2;
   if (incx == 0) return 5;
@@ -61,10 +62,7 @@ void rank_one_columns(int m, int n, T alpha, const T* x, int incx, const T* y, i
 template <rank_one_form Form, typename T>
 void rank_one_serial(int m, int n, T alpha, const T* x, int incx, const T* y, int incy, T* a, int lda) {
   check_rank_one_form<Form, T>();
-  if (const int position = first_bad_ger_argument(m, n, incx, incy, lda)) {
-    error::xerbla(rank_one_name(Form), position);
-    return;
-  }
+  if (error::bad_argument(rank_one_name(Form), ger_bad_argument(m, n, incx, incy, lda))) return;
   if (m == 0 || n == 0 || helper::is_zero(alpha)) return;
   rank_one_columns<Form>(m, n, alpha, x, incx, y, incy, a, lda);
 }
@@ -74,10 +72,7 @@ void rank_one_serial(int m, int n, T alpha, const T* x, int incx, const T* y, in
 template <rank_one_form Form, typename T>
 void rank_one_serial_unit(int m, int n, T alpha, const T* x, const T* y, T* a, int lda) {
   check_rank_one_form<Form, T>();
-  if (const int position = first_bad_ger_argument(m, n, 1, 1, lda)) {
-    error::xerbla(rank_one_name(Form), position);
-    return;
-  }
+  if (error::bad_argument(rank_one_name(Form), ger_bad_argument(m, n, 1, 1, lda))) return;
   if (m == 0 || n == 0 || helper::is_zero(alpha)) return;
   rank_one_columns<Form>(m, n, alpha, x, 1, y, 1, a, lda);
 }
@@ -131,10 +126,7 @@ using rank_one_record = std::conditional_t<Form == rank_one_form::ger, ger_objec
 template <rank_one_form Form, typename T>
 void rank_one_front(int m, int n, T alpha, const T* x, int incx, const T* y, int incy, T* a, int lda) {
   check_rank_one_form<Form, T>();
-  if (const int position = first_bad_ger_argument(m, n, incx, incy, lda)) {
-    error::xerbla(rank_one_name(Form), position);
-    return;
-  }
+  if (error::bad_argument(rank_one_name(Form), ger_bad_argument(m, n, incx, incy, lda))) return;
   if (m == 0 || n == 0 || helper::is_zero(alpha)) return;
   if (m <= serial_cutoff && n <= serial_cutoff) {
     rank_one_serial<Form>(m, n, alpha, x, incx, y, incy, a, lda);
@@ -159,30 +151,15 @@ void gerc_front(int m, int n, T alpha, const T* x, int incx, const T* y, int inc
   rank_one_front<rank_one_form::gerc>(m, n, alpha, x, incx, y, incy, a, lda);
 }
 
+// GERC in row-major order, m and n as the caller gave them: the column-major A^T += alpha*conj(y)*x^T has
+// its conjugated vector first, which no form conjugates, so conj(y) is copied (contiguous, in logical
+// order) and GERU runs on the copy. Its reports therefore name GERU, and a zero incY is not refused: the
+// update sees increment 1. A failed copy has been reported and the update goes on with the null pointer.
 template <typename T>
-void ger_serial(int m, int n, T alpha, const T* x, int incx, const T* y, int incy, T* a, int lda) {
-  rank_one_serial<rank_one_form::ger>(m, n, alpha, x, incx, y, incy, a, lda);
-}
-template <typename T>
-void geru_serial(int m, int n, T alpha, const T* x, int incx, const T* y, int incy, T* a, int lda) {
-  rank_one_serial<rank_one_form::geru>(m, n, alpha, x, incx, y, incy, a, lda);
-}
-template <typename T>
-void gerc_serial(int m, int n, T alpha, const T* x, int incx, const T* y, int incy, T* a, int lda) {
-  rank_one_serial<rank_one_form::gerc>(m, n, alpha, x, incx, y, incy, a, lda);
-}
-
-template <typename T>
-void ger_serial_unit(int m, int n, T alpha, const T* x, const T* y, T* a, int lda) {
-  rank_one_serial_unit<rank_one_form::ger>(m, n, alpha, x, y, a, lda);
-}
-template <typename T>
-void geru_serial_unit(int m, int n, T alpha, const T* x, const T* y, T* a, int lda) {
-  rank_one_serial_unit<rank_one_form::geru>(m, n, alpha, x, y, a, lda);
-}
-template <typename T>
-void gerc_serial_unit(int m, int n, T alpha, const T* x, const T* y, T* a, int lda) {
-  rank_one_serial_unit<rank_one_form::gerc>(m, n, alpha, x, y, a, lda);
+void gerc_row_major(int m, int n, T alpha, const T* x, int incx, const T* y, int incy, T* a, int lda) {
+  T* const conj_y = conjugated_copy(n, y, incy);
+  geru_front(n, m, alpha, static_cast<const T*>(conj_y), 1, x, incx, a, lda);
+  std::free(conj_y);
 }
 
 }  // namespace kovra::parallel::blas

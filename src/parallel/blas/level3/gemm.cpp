@@ -9,8 +9,9 @@
 namespace kovra::parallel::blas {
 namespace {
 
-// The position of the first bad argument in the Fortran argument list, or 0.
-int first_bad_argument(char transa, char transb, int m, int n, int k, int lda, int ldb, int ldc) {
+// The position of the first bad argument in the Fortran list (TRANSA, TRANSB, M, N, K, ALPHA, A, LDA, B,
+// LDB, BETA, C, LDC), or 0.
+int gemm_bad_argument(char transa, char transb, int m, int n, int k, int lda, int ldb, int ldc) {
   const char ta = helper::fold_letter(transa), tb = helper::fold_letter(transb);
   if (!helper::valid_trans(ta)) return 1;
   if (!helper::valid_trans(tb)) return 2;
@@ -28,10 +29,7 @@ int first_bad_argument(char transa, char transb, int m, int n, int k, int lda, i
 template <typename T>
 void gemm(char transa, char transb, int m, int n, int k, T alpha, const T* a, int lda, const T* b, int ldb, T beta,
           T* c, int ldc) {
-  if (const int position = first_bad_argument(transa, transb, m, n, k, lda, ldb, ldc)) {
-    error::xerbla("GEMM ", position);
-    return;
-  }
+  if (error::bad_argument("GEMM ", gemm_bad_argument(transa, transb, m, n, k, lda, ldb, ldc))) return;
   if (m == 0 || n == 0) return;
   if ((k == 0 || helper::is_zero(alpha)) && helper::is_one(beta)) return;
   if (m <= serial_cutoff && n <= serial_cutoff && k <= serial_cutoff) {
