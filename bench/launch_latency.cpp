@@ -6,7 +6,7 @@
 #include <chrono>
 #include <vector>
 
-#include "kovra/vesk_runtime.h"
+#include "vesk/runtime.h"
 #include "threading/launch.h"
 #include "timing.h"
 

@@ -6,7 +6,7 @@
 #include <stdexcept>
 
 #include "bench_case.h"
-#include "kovra/vesk_runtime.h"
+#include "vesk/runtime.h"
 #include "launch_latency.h"
 #include "options.h"
 #include "peer_library.h"

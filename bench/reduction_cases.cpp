@@ -9,7 +9,7 @@
 #include <limits>
 #include <memory>
 
-#include <kovra/vesk_runtime.h>
+#include <vesk/runtime.h>
 
 #include "bench_case.h"
 #include "kernels/get_kernel.h"

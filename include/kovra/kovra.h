@@ -7,6 +7,6 @@
 #include "kovra/cpu_features.h"
 #include "kovra/fortran.h"
 #include "kovra/kovra_version.h"
-#include "kovra/vesk_runtime.h"
+#include <vesk/runtime.h>
 
 #endif

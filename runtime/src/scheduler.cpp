@@ -1,26 +1,34 @@
 // The workers and their ready queue: start and stop, the hand-over of tasks, the two ways of waiting
 // for a group, fork() handling, and the runtime's own start when the library is loaded.
 //
-// One FIFO queue under one lock serves every worker. A worker that runs out of tasks spins for a short
-// while, watching the queue's length without the lock, so that back-to-back launches find it awake;
-// then it sleeps on a condition variable. A launcher signals a sleeper only when there is one.
+// Queues, all under one lock: each worker has a deque of the tasks it sent itself, and tasks sent from
+// other threads (the application's) go to one shared FIFO queue. An idle worker steals the oldest task
+// of another worker's deque, else takes the oldest shared one; the nested work of a call that is already
+// running thus goes first. A worker that runs out of tasks spins for a short while, watching the count
+// of queued tasks without the lock, so that back-to-back launches find it awake; then it sleeps on a
+// condition variable. A sender signals a sleeper only when there is one.
 //
-// A worker that waits for a group (a task that launched work of its own) keeps running ready tasks
-// while its group has some outstanding, so nested waits cannot deadlock however few workers there are.
-// When there is nothing to run it sleeps on the same condition variable, woken either by new work or by
-// the last task of its group.
+// A worker that waits for a group (a task that launched work of its own) runs only that group's tasks:
+// it takes the newest task of its own deque as long as that task belongs to the group, since a group's
+// tasks are sent by the thread that waits for it and lie on top of its deque. It never runs an outer
+// task while it waits, so the waits stacked on one worker are as deep as the calls nest, whatever the
+// number of queued tasks. No wait can deadlock: the waiter runs every task of its group that nobody has
+// taken, and a task taken by another worker finishes by the same argument one level down. When none of
+// its group's tasks is left to take, the waiter spins, then sleeps until the group's last task ends.
 #include <pthread.h>
 #include <sched.h>
 #include <unistd.h>
 
 #include <chrono>
+#include <cstddef>
 #include <cstdlib>
 #include <exception>
 #include <new>
 
-#include <kovra/vesk_runtime.h>
+#include <vesk/runtime.h>
 #include <vesk/exceptions.h>
 #include <vesk/task.h>
+#include <vesk/testing.h>
 
 #include "platform.h"
 #include "runtime_internal.h"
@@ -40,6 +48,11 @@ using spin_clock = std::chrono::steady_clock;
 constexpr auto idle_spin = std::chrono::microseconds(100);
 // A waiting worker whose group's last tasks run elsewhere: these are usually short.
 constexpr auto helper_spin = std::chrono::microseconds(50);
+// A worker's stack. The waits stacked on a worker are bounded by the nesting of the calls (an application
+// task -> TRSM -> GEMM -> tile is the deepest the library makes), a few KiB of frames each, so 4 MiB leaves
+// room for the application's own tasks and for the sanitizers' larger frames. It is set rather than
+// inherited, because the inherited size follows `ulimit -s` (8 MiB with glibc, under 1 MiB on Android).
+constexpr std::size_t worker_stack_bytes = 4u << 20;
 // An application thread waiting for its group: long enough to catch the end of a small launch without a
 // sleep and a wake-up, short enough not to take a processor from the workers.
 constexpr auto application_spin = std::chrono::microseconds(10);
@@ -65,6 +78,11 @@ bool spin_until(Ready ready, spin_clock::duration limit) {
 }
 
 thread_local bool t_on_worker = false;
+// The worker's deque, or -1 off the workers.
+thread_local int t_worker = -1;
+// The waits stacked on this thread, and the deepest that any worker reached (vesk/testing.h).
+thread_local int t_wait_depth = 0;
+std::atomic<int> s_deepest_wait{0};
 
 int online_processors() {
   const long n = sysconf(_SC_NPROCESSORS_ONLN);
@@ -103,31 +121,53 @@ class scheduler {
  private:
   enum class phase { stopped, running, stopping };
 
-  static void* worker_main(void* self);
+  // An intrusive queue of tasks through task::m_next, oldest at `first`.
+  struct task_queue {
+    task* first = nullptr;
+    task* last = nullptr;
+    void push(task* t);
+    task* pop_oldest();
+    task* pop_newest();
+  };
+  struct worker_start {
+    scheduler* self;
+    int index;
+  };
+
+  static void* worker_main(void* start);
   static void run(task* t);
   task* next_task();
   task* try_take();
-  task* pop_locked();
+  task* take_locked();
+  task* take_own_locked(const group& g);
+  void count_taken_locked();
   int spawn_locked(int workers);
+  void clear_queues_locked();
 
   pthread_mutex_t m_lock = PTHREAD_MUTEX_INITIALIZER;
-  // Sleeping workers, idle or helping, wait here for new work; helpers also for their group's end.
+  // Idle workers sleep here until new work comes.
   pthread_cond_t m_wake = PTHREAD_COND_INITIALIZER;
+  // Waiting workers sleep here until their group's last task ends.
+  pthread_cond_t m_group_done = PTHREAD_COND_INITIALIZER;
   // Serialises start and stop, which wait for threads without holding m_lock.
   pthread_mutex_t m_control = PTHREAD_MUTEX_INITIALIZER;
 
   // Under m_lock.
-  task* m_head = nullptr;
-  task* m_tail = nullptr;
+  task_queue m_shared;
+  // One per worker, m_deque_count of them. Unlike m_live, the count stays while a stop joins the workers,
+  // so that the tasks of calls still running are found until they end.
+  task_queue* m_deques = nullptr;
+  int m_deque_count = 0;
   int m_sleepers = 0;
   phase m_phase = phase::stopped;
   int m_workers = 0;               // while running: the worker count asked for
   pthread_t* m_threads = nullptr;  // the workers made by this process, m_live of them
+  worker_start* m_starts = nullptr;
   int m_live = 0;
   // In a child of fork() of a running runtime: make m_workers workers at the first submit.
   bool m_respawn = false;
 
-  // The queue's length, written under m_lock and read without it by spinners, as a hint.
+  // The number of queued tasks, written under m_lock and read without it by spinners, as a hint.
   std::atomic<int> m_queued{0};
 };
 
@@ -135,14 +175,61 @@ namespace {
 constinit scheduler s_scheduler;
 }  // namespace
 
-// Makes up to `workers` workers; returns how many could be made.
+void scheduler::task_queue::push(task* t) {
+  t->m_next = nullptr;
+  t->m_prev = last;
+  if (last != nullptr) last->m_next = t;
+  else first = t;
+  last = t;
+}
+
+task* scheduler::task_queue::pop_oldest() {
+  task* t = first;
+  if (t == nullptr) return nullptr;
+  first = t->m_next;
+  if (first != nullptr) first->m_prev = nullptr;
+  else last = nullptr;
+  return t;
+}
+
+task* scheduler::task_queue::pop_newest() {
+  task* t = last;
+  if (t == nullptr) return nullptr;
+  last = t->m_prev;
+  if (last != nullptr) last->m_next = nullptr;
+  else first = nullptr;
+  return t;
+}
+
+// Makes up to `workers` workers with a deque each; returns how many could be made.
 int scheduler::spawn_locked(int workers) {
   delete[] m_threads;
+  delete[] m_deques;
+  delete[] m_starts;
   m_threads = new (std::nothrow) pthread_t[workers];
+  m_deques = new (std::nothrow) task_queue[workers];
+  m_starts = new (std::nothrow) worker_start[workers];
   m_live = 0;
-  if (m_threads == nullptr) return 0;
-  while (m_live < workers && pthread_create(&m_threads[m_live], nullptr, worker_main, this) == 0) ++m_live;
+  m_deque_count = 0;
+  if (m_threads == nullptr || m_deques == nullptr || m_starts == nullptr) return 0;
+  m_deque_count = workers;
+  pthread_attr_t attributes;
+  if (pthread_attr_init(&attributes) != 0) return 0;
+  pthread_attr_setstacksize(&attributes, worker_stack_bytes);
+  while (m_live < workers) {
+    m_starts[m_live] = {this, m_live};
+    if (pthread_create(&m_threads[m_live], &attributes, worker_main, &m_starts[m_live]) != 0) break;
+    ++m_live;
+  }
+  pthread_attr_destroy(&attributes);
   return m_live;
+}
+
+// Drops every queued task without running it (a child of fork(): their launchers are in the parent).
+void scheduler::clear_queues_locked() {
+  m_shared = task_queue{};
+  for (int i = 0; i < m_deque_count; ++i) m_deques[i] = task_queue{};
+  m_queued.store(0);
 }
 
 scheduler::outcome scheduler::start(int workers) {
@@ -209,10 +296,11 @@ int scheduler::running_workers() {
   return count;
 }
 
-void* scheduler::worker_main(void* self) {
+void* scheduler::worker_main(void* start) {
+  const worker_start where = *static_cast<worker_start*>(start);
   t_on_worker = true;
-  auto* s = static_cast<scheduler*>(self);
-  while (task* t = s->next_task()) run(t);
+  t_worker = where.index;
+  while (task* t = where.self->next_task()) run(t);
   return nullptr;
 }
 
@@ -228,18 +316,38 @@ void scheduler::run(task* t) {
   owner->task_done();
 }
 
-task* scheduler::pop_locked() {
-  task* t = m_head;
-  m_head = t->m_next;
-  if (m_head == nullptr) m_tail = nullptr;
+void scheduler::count_taken_locked() {
   m_queued.store(m_queued.load(std::memory_order_relaxed) - 1, std::memory_order_relaxed);
+}
+
+// An idle worker's next task: the oldest of another worker's deque (nested work of a running call),
+// else the oldest shared one. An idle worker's own deque is empty: a worker's tasks all end before the
+// task that sent them returns.
+task* scheduler::take_locked() {
+  for (int i = 0; i < m_deque_count; ++i) {
+    if (task* t = m_deques[i].pop_oldest()) {
+      count_taken_locked();
+      return t;
+    }
+  }
+  task* t = m_shared.pop_oldest();
+  if (t != nullptr) count_taken_locked();
   return t;
+}
+
+// The newest task of the calling worker's deque if it belongs to g: the only tasks a waiter runs.
+task* scheduler::take_own_locked(const group& g) {
+  if (t_worker < 0 || t_worker >= m_deque_count) return nullptr;
+  task_queue& own = m_deques[t_worker];
+  if (own.last == nullptr || own.last->m_owner != &g) return nullptr;
+  count_taken_locked();
+  return own.pop_newest();
 }
 
 task* scheduler::try_take() {
   if (m_queued.load(std::memory_order_relaxed) == 0) return nullptr;
   pthread_mutex_lock(&m_lock);
-  task* t = m_head != nullptr ? pop_locked() : nullptr;
+  task* t = take_locked();
   pthread_mutex_unlock(&m_lock);
   return t;
 }
@@ -250,18 +358,16 @@ task* scheduler::next_task() {
   if (t != nullptr) return t;
   if (spin_until([&] { return (t = try_take()) != nullptr; }, idle_spin)) return t;
   pthread_mutex_lock(&m_lock);
-  while (m_head == nullptr && m_phase == phase::running) {
+  while ((t = take_locked()) == nullptr && m_phase == phase::running) {
     ++m_sleepers;
     pthread_cond_wait(&m_wake, &m_lock);
     --m_sleepers;
   }
-  t = m_head != nullptr ? pop_locked() : nullptr;
   pthread_mutex_unlock(&m_lock);
   return t;
 }
 
 void scheduler::submit(task* t) {
-  t->m_next = nullptr;
   pthread_mutex_lock(&m_lock);
   if (m_respawn) {
     m_respawn = false;
@@ -274,11 +380,8 @@ void scheduler::submit(task* t) {
     run(t);
     return;
   }
-  if (m_tail != nullptr)
-    m_tail->m_next = t;
-  else
-    m_head = t;
-  m_tail = t;
+  if (t_worker >= 0 && t_worker < m_deque_count) m_deques[t_worker].push(t);
+  else m_shared.push(t);
   m_queued.store(m_queued.load(std::memory_order_relaxed) + 1, std::memory_order_relaxed);
   const bool wake = m_sleepers > 0;
   pthread_mutex_unlock(&m_lock);
@@ -286,30 +389,28 @@ void scheduler::submit(task* t) {
 }
 
 void scheduler::help(group& g) {
-  while (g.m_tasks.load() != 0) {
-    if (task* t = try_take()) {
-      run(t);
-      continue;
-    }
-    if (spin_until([&] { return g.m_tasks.load() == 0 || m_queued.load(std::memory_order_relaxed) > 0; },
-                   helper_spin))
-      continue;
+  const int depth = ++t_wait_depth;
+  for (int deepest = s_deepest_wait.load(std::memory_order_relaxed);
+       depth > deepest && !s_deepest_wait.compare_exchange_weak(deepest, depth, std::memory_order_relaxed);) {
+  }
+  for (;;) {
+    pthread_mutex_lock(&m_lock);
+    task* t = take_own_locked(g);
+    pthread_mutex_unlock(&m_lock);
+    if (t == nullptr) break;
+    run(t);
+  }
+  // The rest of the group runs on other workers; nothing more of it can come to this deque.
+  if (!spin_until([&] { return g.m_tasks.load() == 0; }, helper_spin)) {
     // The flag and the count are both seq_cst: either the last task_done sees the flag and wakes this
     // thread under the lock, or this thread sees the count at zero and does not sleep.
     pthread_mutex_lock(&m_lock);
     g.m_helper_sleeping.store(true);
-    while (g.m_tasks.load() != 0 && m_head == nullptr) {
-      ++m_sleepers;
-      pthread_cond_wait(&m_wake, &m_lock);
-      --m_sleepers;
-    }
+    while (g.m_tasks.load() != 0) pthread_cond_wait(&m_group_done, &m_lock);
     g.m_helper_sleeping.store(false);
-    // A signal for new work may have woken this thread just as its group finished; hand it on to a
-    // sleeper that will take the work.
-    const bool hand_on = m_head != nullptr && m_sleepers > 0 && g.m_tasks.load() == 0;
     pthread_mutex_unlock(&m_lock);
-    if (hand_on) pthread_cond_signal(&m_wake);
   }
+  --t_wait_depth;
 }
 
 void scheduler::block(group& g) {
@@ -319,7 +420,7 @@ void scheduler::block(group& g) {
 
 void scheduler::wake_helpers() {
   pthread_mutex_lock(&m_lock);
-  pthread_cond_broadcast(&m_wake);
+  pthread_cond_broadcast(&m_group_done);
   pthread_mutex_unlock(&m_lock);
 }
 
@@ -340,11 +441,13 @@ void scheduler::after_fork_in_parent() {
 void scheduler::after_fork_in_child() {
   task_memory_after_fork();
   pthread_cond_init(&m_wake, nullptr);
+  pthread_cond_init(&m_group_done, nullptr);
   pthread_mutex_init(&m_control, nullptr);
-  m_head = m_tail = nullptr;
-  m_queued.store(0);
+  clear_queues_locked();
   m_sleepers = 0;
   m_live = 0;  // m_threads still holds the parent's; the next spawn or stop frees the array
+  // The forking thread has no deque in the child: its waits block, and what it sends is shared.
+  t_worker = -1;
   if (m_phase == phase::running) {
     m_respawn = true;
   } else if (m_phase == phase::stopping) {
@@ -366,6 +469,17 @@ void help_until_done(group& g) { s_scheduler.help(g); }
 void block_until_done(group& g) { s_scheduler.block(g); }
 
 void wake_sleeping_helper() { s_scheduler.wake_helpers(); }
+
+}  // namespace vesk::internal
+
+namespace vesk::testing {
+
+void reset_deepest_wait() { internal::s_deepest_wait.store(0); }
+int deepest_wait() { return internal::s_deepest_wait.load(); }
+
+}  // namespace vesk::testing
+
+namespace vesk::internal {
 
 namespace {
 

@@ -7,7 +7,7 @@
 
 #include <vesk/exceptions.h>
 
-#include <kovra/vesk_runtime.h>
+#include <vesk/runtime.h>
 
 #include "parallel/blas/level1/axpby.h"
 #include "parallel/blas/level1/axpy.h"

@@ -8,7 +8,7 @@
 #include <vesk/exceptions.h>
 
 #include "kernels/get_kernel.h"
-#include "kovra/vesk_runtime.h"
+#include "vesk/runtime.h"
 #include "level2_cases.h"
 #include "parallel/blas/level2/ger.h"
 #include "support/element_types.h"

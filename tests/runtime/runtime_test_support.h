@@ -10,7 +10,7 @@
 #include <new>
 #include <utility>
 
-#include <kovra/vesk_runtime.h>
+#include <vesk/runtime.h>
 #include <vesk/task.h>
 
 namespace vesk_test {

@@ -3,7 +3,7 @@
 
 #include <gtest/gtest.h>
 
-#include <kovra/vesk_runtime.h>
+#include <vesk/runtime.h>
 
 namespace kovra::testing {
 

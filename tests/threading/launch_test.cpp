@@ -10,7 +10,7 @@
 
 #include <vesk/exceptions.h>
 #include <vesk/testing.h>
-#include <kovra/vesk_runtime.h>
+#include <vesk/runtime.h>
 
 #include "threading/launch.h"
 #include "tile_range_io.h"

@@ -46,7 +46,8 @@ class task {
  private:
   friend class scheduler;
   group* m_owner;
-  task* m_next = nullptr;  // link in the runtime's ready queue
+  task* m_next = nullptr;  // links in the runtime's ready queues
+  task* m_prev = nullptr;
 };
 
 // Memory for tasks. allocate returns null when no memory can be had (or a test asked for a failure).

@@ -1,11 +1,11 @@
-/* Start and stop of the task runtime (libvesk-cpu) that KOVRA runs its parallel work on.
+/* Start and stop of the vesk task runtime (libvesk-cpu), which KOVRA runs its parallel work on.
  *
  * The runtime starts itself when it is loaded, with one worker per online processor (the environment
  * variable VESK_WORKERS sets another count), so a program that only calls the BLAS needs none of this.
  * These calls are for applications and tests that want a given worker count or no workers at all.
  * They must not be called from inside a running task, and not while other threads are launching work. */
-#ifndef KOVRA_VESK_RUNTIME_H
-#define KOVRA_VESK_RUNTIME_H
+#ifndef VESK_RUNTIME_H
+#define VESK_RUNTIME_H
 
 #ifdef __cplusplus
 extern "C" {
