@@ -16,63 +16,32 @@
 // unless clear is set, added to C with a plain addition. The default bodies scale A as they read it and
 // accumulate into C, so the two agree to rounding only.
 //
-// Only the tile packers and micro_kernel are replaced; the packers are the shared unrolled bodies,
-// which write exactly the bytes of the default ones.
+// Only the tile packers (the shared ones of neon_kernel_base) and micro_kernel are replaced.
 #pragma once
 
-#include "kernels/blocking.h"
-#include "kernels/kernel_object.h"
+#include "kernels/neon/neon_blocking.h"
+#include "kernels/neon/neon_kernel_base.h"
 #include "platform.h"
 
 #if KOVRA_ARM32
 
 #include <memory>
+#include <type_traits>
 
 namespace kovra::kernels {
 
-template <typename T> class kernel_neon_fma;
+// float: 8 by 4 tiles; the micro kernel keeps the tile in eight quad registers, each holding one rotation
+// of the B step against one half of the A step, and sorts the columns out at the end. double: 4 by 4
+// tiles; NEON has no double lanes on ARMv7, so the micro kernel keeps the tile in sixteen VFP registers,
+// column by column, and multiplies each A step by the B elements one at a time.
+template <typename T> class kernel_neon_fma : public neon_kernel_base<T> {
+  static_assert(std::is_same_v<T, float> || std::is_same_v<T, double>, "float and double only");
 
-// Numbers of this class. block_n is a multiple of the tile width.
-template <typename T> struct fma_blocking;
-template <> struct fma_blocking<float> { static constexpr kernel_blocking value{512, 12, 128, 8, 4, 16, 0}; };
-template <> struct fma_blocking<double> { static constexpr kernel_blocking value{512, 32, 128, 4, 4, 32, 0}; };
-static_assert(sound_blocking<float>(fma_blocking<float>::value));
-static_assert(sound_blocking<double>(fma_blocking<double>::value));
-
-// 8 by 4 tiles of float. The micro kernel keeps the tile in eight quad registers, each holding one
-// rotation of the B step against one half of the A step, and sorts the columns out at the end.
-template <> class kernel_neon_fma<float> : public kernel_object<float> {
  public:
   kernel_neon_fma(int block_m, int block_n, int block_k)
-      : kernel_object<float>(block_m, block_n, block_k, tiles.tile_m, tiles.tile_n, tiles.reserved_hint) {}
+      : neon_kernel_base<T>(block_m, block_n, block_k, fma_blocking<T>::value) {}
 
-  void pack_a(const float* src, int ld, float* dst) const override;
-  void pack_a_trans(const float* src, int ld, float* dst) const override;
-  void pack_b_trans(const float* src, int ld, float* dst) const override;
-  void pack_b(const float* src, int ld, float* dst) const override;
-  void micro_kernel(const float* alpha, int k, const float* a, const float* b, float* c, int ldc,
-                    bool clear) const override;
-
- private:
-  static constexpr kernel_blocking tiles = fma_blocking<float>::value;
-};
-
-// 4 by 4 tiles of double: NEON has no double lanes on ARMv7, so the micro kernel keeps the tile in
-// sixteen VFP registers, column by column, and multiplies each A step by the B elements one at a time.
-template <> class kernel_neon_fma<double> : public kernel_object<double> {
- public:
-  kernel_neon_fma(int block_m, int block_n, int block_k)
-      : kernel_object<double>(block_m, block_n, block_k, tiles.tile_m, tiles.tile_n, tiles.reserved_hint) {}
-
-  void pack_a(const double* src, int ld, double* dst) const override;
-  void pack_a_trans(const double* src, int ld, double* dst) const override;
-  void pack_b_trans(const double* src, int ld, double* dst) const override;
-  void pack_b(const double* src, int ld, double* dst) const override;
-  void micro_kernel(const double* alpha, int k, const double* a, const double* b, double* c, int ldc,
-                    bool clear) const override;
-
- private:
-  static constexpr kernel_blocking tiles = fma_blocking<double>::value;
+  void micro_kernel(const T* alpha, int k, const T* a, const T* b, T* c, int ldc, bool clear) const override;
 };
 
 // The kernel with this class's own blocking numbers. Only for processors with VFPv4.

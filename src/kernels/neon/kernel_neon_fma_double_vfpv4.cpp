@@ -1,9 +1,14 @@
-// kernel_neon_fma<double>: the shared unrolled packers and a 4 by 4 micro kernel on the VFP unit, which
-// multiplies each A step by the four B elements in turn. Built with VFPv4 enabled; reached only through
-// make_kernel_neon_fma<double>, on processors that report it.
+// The double-precision bodies with the VFPv4 fused multiply-add: the 4 by 4 double tile loop of
+// kernel_neon_fma<double> and kernel_neon_fma_scalar<double> (the two differ only in how the sums meet C),
+// the same loop on the interleaved parts of 2 by 2 complex<double> panels, and the double vector kernels
+// in pairs. ARMv7 NEON has no double lanes, so the arithmetic runs on the VFP unit. Reached only on
+// processors that report VFPv4.
+#include <complex>
 #include <memory>
 
+#include "kernels/neon/kernel_neon_fma_scalar_complex.h"
 #include "kernels/neon/kernel_neon_fma.h"
+#include "kernels/neon/kernel_neon_fma_scalar.h"
 #include "kernels/neon/neon_double_tile.h"
 #include "kernels/neon/neon_real_bodies.h"
 
@@ -20,23 +25,11 @@ static_assert(fma_blocking<double>::value.tile_m == mr && fma_blocking<double>::
 
 }  // namespace
 
-void kernel_neon_fma<double>::pack_a(const double* src, int ld, double* dst) const {
-  neon_real::block4(src, ld).store(dst);
-}
-void kernel_neon_fma<double>::pack_a_trans(const double* src, int ld, double* dst) const {
-  neon_real::block4(src, ld).store_transposed(dst);
-}
-void kernel_neon_fma<double>::pack_b_trans(const double* src, int ld, double* dst) const {
-  neon_real::block4(src, ld).store(dst);
-}
-void kernel_neon_fma<double>::pack_b(const double* src, int ld, double* dst) const {
-  neon_real::block4(src, ld).store_transposed(dst);
-}
-
 // C (columns ldc apart) = alpha * A_panel * B_panel, or C + that. The sixteen accumulators start from
 // +0; A runs one step ahead in two quadruples of registers, so A step k is read and not used. Steps run
 // as k mod 4 singles, then groups of four. At the end each accumulator is multiplied by alpha, and
 // unless clear is set C is added with a plain addition; with clear, C is not read.
+template <>
 void kernel_neon_fma<double>::micro_kernel(const double* alpha, int k, const double* a, const double* b,
                                            double* c, int ldc, bool clear) const {
   double acc[nr][mr] = {};
@@ -54,6 +47,84 @@ void kernel_neon_fma<double>::micro_kernel(const double* alpha, int k, const dou
 template <> std::shared_ptr<kernel_object<double>> make_kernel_neon_fma<double>() {
   constexpr kernel_blocking numbers = fma_blocking<double>::value;
   return std::make_shared<kernel_neon_fma<double>>(numbers.block_m, numbers.block_n, numbers.block_k);
+}
+
+namespace {
+
+static_assert(fma_scalar_blocking<double>::value.tile_m == mr && fma_scalar_blocking<double>::value.tile_n == nr);
+
+}  // namespace
+
+// C (columns ldc apart) = alpha * A_panel * B_panel, or C + that. Sixteen scalar accumulators start
+// from +0 and take acc[j][i] = fma(a_i, b_j, acc[j][i]) per step; A runs one step ahead in two
+// quadruples of registers, so A step k is read and not used. Steps run as k mod 4 singles, then groups
+// of four. At the end C = fma(acc, alpha, C), or acc * alpha with no read of C when clear is set.
+template <>
+void kernel_neon_fma_scalar<double>::micro_kernel(const double* alpha, int k, const double* a, const double* b,
+                                                  double* c, int ldc, bool clear) const {
+  double acc[nr][mr] = {};
+  neon_double::tile_product<neon_double::fused_term>(acc, k, a, b);
+  const double al = *alpha;
+  for (int j = 0; j < nr; ++j) {
+    double* cj = c + j * ldc;
+    for (int i = 0; i < mr; ++i) cj[i] = clear ? acc[j][i] * al : __builtin_fma(acc[j][i], al, cj[i]);
+  }
+}
+
+// y = fma(alpha, x, y) in pairs, then the last element.
+template <>
+void kernel_neon_fma_scalar<double>::axpy_kernel(int n, const double* alpha, const double* x, double* y) const {
+  if (n < 1) return;
+  const double al = *alpha;
+  const int n_by2 = n / 2 * 2;
+  int i = 0;
+  for (; i < n_by2; i += 2) {
+    const double x0 = x[i], x1 = x[i + 1], y0 = y[i], y1 = y[i + 1];
+    y[i] = __builtin_fma(al, x0, y0);
+    y[i + 1] = __builtin_fma(al, x1, y1);
+  }
+  if (i < n) y[i] = __builtin_fma(al, x[i], y[i]);
+}
+
+template <>
+void kernel_neon_fma_scalar<double>::scal_kernel(int n, const double* alpha, double* x) const {
+  neon_real::scal_double(n, *alpha, x);
+}
+
+template <> std::shared_ptr<kernel_object<double>> make_kernel_neon_fma_scalar<double>() {
+  constexpr kernel_blocking numbers = fma_scalar_blocking<double>::value;
+  return std::make_shared<kernel_neon_fma_scalar<double>>(numbers.block_m, numbers.block_n, numbers.block_k);
+}
+
+namespace {
+
+using cdouble = std::complex<double>;
+
+// The real loop's tile, in doubles: an A step is 2 complex rows, a B step 2 complex columns.
+static_assert(fma_scalar_blocking<cdouble>::value.tile_m * 2 == neon_double::mr &&
+              fma_scalar_blocking<cdouble>::value.tile_n * 2 == neon_double::nr);
+static_assert(sizeof(cdouble) == 2 * sizeof(double), "panels are interleaved real and imaginary parts");
+
+}  // namespace
+
+// C (columns ldc apart) = alpha' * A_panel * B_panel, or C + that, where alpha' = alpha.re * (1 + i
+// alpha.im): the end step scales both parts of the sum by alpha.re first and multiplies those scaled
+// values by alpha.im. The sums accumulate from +0 with one fused multiply-add per term, A one step ahead
+// in two quadruples of registers (A step k is read and not used), k mod 4 single steps, then groups of
+// four. Everything after the sums is plain multiplication and addition.
+template <>
+void kernel_neon_fma_scalar<cdouble>::micro_kernel(const cdouble* alpha, int k, const cdouble* a, const cdouble* b,
+                                                   cdouble* c, int ldc, bool clear) const {
+  double acc[neon_double::nr][neon_double::mr] = {};
+  const double* ap = reinterpret_cast<const double*>(a);
+  const double* bp = reinterpret_cast<const double*>(b);
+  neon_double::tile_product<neon_double::fused_term>(acc, k, ap, bp);
+  neon_double::store_complex_tile(acc, alpha, c, ldc, clear);
+}
+
+template <> std::shared_ptr<kernel_object<cdouble>> make_kernel_neon_fma_scalar<cdouble>() {
+  constexpr kernel_blocking numbers = fma_scalar_blocking<cdouble>::value;
+  return std::make_shared<kernel_neon_fma_scalar<cdouble>>(numbers.block_m, numbers.block_n, numbers.block_k);
 }
 
 }  // namespace kovra::kernels

@@ -65,19 +65,6 @@ struct rotated_tile {
 
 }  // namespace
 
-void kernel_neon_fma<float>::pack_a(const float* src, int ld, float* dst) const {
-  neon_real::pack_a_8x4(src, ld, dst);
-}
-void kernel_neon_fma<float>::pack_a_trans(const float* src, int ld, float* dst) const {
-  neon_real::pack_a_trans_8x4(src, ld, dst);
-}
-void kernel_neon_fma<float>::pack_b_trans(const float* src, int ld, float* dst) const {
-  neon_real::pack_b_trans_8x4(src, ld, dst);
-}
-void kernel_neon_fma<float>::pack_b(const float* src, int ld, float* dst) const {
-  neon_real::pack_b_8x4(src, ld, dst);
-}
-
 // C (columns ldc apart) = alpha * A_panel * B_panel, or C + that.
 //
 // Read-ahead: the A step in use is in pair x, the next one in pair y, and each step refills the pair it
@@ -86,8 +73,9 @@ void kernel_neon_fma<float>::pack_b(const float* src, int ld, float* dst) const 
 // as k mod 4 singles, each followed by an exchange of the pairs and of their pointers, then groups of
 // four, which use x, y, x, y and leave them in place. After the singles, two prefetches of A a few
 // cache lines ahead; the panel is read in order from then on.
-void kernel_neon_fma<float>::micro_kernel(const float* alpha, int k, const float* a, const float* b, float* c,
-                                          int ldc, bool clear) const {
+template <>
+void kernel_neon_fma<float>::micro_kernel(const float* alpha, int k, const float* a, const float* b, float* c, int ldc,
+                                          bool clear) const {
   const float32x4_t zero = vdupq_n_f32(0.0f);
   rotated_tile t{zero, zero, zero, zero, zero, zero, zero, zero};
 

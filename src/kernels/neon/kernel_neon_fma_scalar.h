@@ -20,8 +20,8 @@
 // it and accumulate into C, so results agree with the portable kernel to rounding only.
 #pragma once
 
-#include "kernels/blocking.h"
-#include "kernels/kernel_object.h"
+#include "kernels/neon/neon_blocking.h"
+#include "kernels/neon/neon_kernel_base.h"
 #include "platform.h"
 
 #if KOVRA_ARM32
@@ -30,54 +30,32 @@
 
 namespace kovra::kernels {
 
-template <typename T> class kernel_neon_fma_scalar;
-
-// Numbers of this class. block_n is a multiple of the tile width, and block_m * block_k elements of A
-// keep the B block, and with it every B panel, on a page boundary of the scratch.
-template <typename T> struct fma_scalar_blocking;
-template <> struct fma_scalar_blocking<float> { static constexpr kernel_blocking value{512, 12, 128, 8, 4, 16, 0}; };
-template <> struct fma_scalar_blocking<double> { static constexpr kernel_blocking value{512, 32, 128, 4, 4, 32, 0}; };
-static_assert(sound_blocking<float>(fma_scalar_blocking<float>::value));
-static_assert(sound_blocking<double>(fma_scalar_blocking<double>::value));
-
-// 8 by 4 tiles of float: the micro kernel holds the tile in eight quad registers, two per column.
-template <> class kernel_neon_fma_scalar<float> : public kernel_object<float> {
+// The real types: micro kernel and vector kernels. double has 4 by 4 tiles; NEON has no double lanes on
+// ARMv7, so the micro kernel keeps the tile in sixteen VFP registers and the vector kernels work in
+// pairs of elements. The complex types are in kernel_neon_fma_scalar_complex.h.
+template <typename T> class kernel_neon_fma_scalar : public neon_kernel_base<T> {
  public:
   kernel_neon_fma_scalar(int block_m, int block_n, int block_k)
-      : kernel_object<float>(block_m, block_n, block_k, tiles.tile_m, tiles.tile_n, tiles.reserved_hint) {}
+      : neon_kernel_base<T>(block_m, block_n, block_k, fma_scalar_blocking<T>::value) {}
 
-  void pack_a(const float* src, int ld, float* dst) const override;
-  void pack_a_trans(const float* src, int ld, float* dst) const override;
-  void pack_b_trans(const float* src, int ld, float* dst) const override;
+  void micro_kernel(const T* alpha, int k, const T* a, const T* b, T* c, int ldc, bool clear) const override;
+  void axpy_kernel(int n, const T* alpha, const T* x, T* y) const override;
+  void scal_kernel(int n, const T* alpha, T* x) const override;
+};
+
+// float has 8 by 4 tiles, held in eight quad registers, two per column, and also the only vector form
+// of micro_kernel_t, and a pack_b that prefetches its source and stores aligned.
+template <> class kernel_neon_fma_scalar<float> : public neon_kernel_base<float> {
+ public:
+  kernel_neon_fma_scalar(int block_m, int block_n, int block_k)
+      : neon_kernel_base<float>(block_m, block_n, block_k, fma_scalar_blocking<float>::value) {}
+
   void pack_b(const float* src, int ld, float* dst) const override;
   void micro_kernel(const float* alpha, int k, const float* a, const float* b, float* c, int ldc,
                     bool clear) const override;
   void micro_kernel_t(int k, const float* a, const float* b, float* c, int ldc, bool clear) const override;
   void axpy_kernel(int n, const float* alpha, const float* x, float* y) const override;
   void scal_kernel(int n, const float* alpha, float* x) const override;
-
- private:
-  static constexpr kernel_blocking tiles = fma_scalar_blocking<float>::value;
-};
-
-// 4 by 4 tiles of double: NEON has no double lanes on ARMv7, so the micro kernel keeps the tile in
-// sixteen VFP registers and the vector kernels work in pairs of elements.
-template <> class kernel_neon_fma_scalar<double> : public kernel_object<double> {
- public:
-  kernel_neon_fma_scalar(int block_m, int block_n, int block_k)
-      : kernel_object<double>(block_m, block_n, block_k, tiles.tile_m, tiles.tile_n, tiles.reserved_hint) {}
-
-  void pack_a(const double* src, int ld, double* dst) const override;
-  void pack_a_trans(const double* src, int ld, double* dst) const override;
-  void pack_b_trans(const double* src, int ld, double* dst) const override;
-  void pack_b(const double* src, int ld, double* dst) const override;
-  void micro_kernel(const double* alpha, int k, const double* a, const double* b, double* c, int ldc,
-                    bool clear) const override;
-  void axpy_kernel(int n, const double* alpha, const double* x, double* y) const override;
-  void scal_kernel(int n, const double* alpha, double* x) const override;
-
- private:
-  static constexpr kernel_blocking tiles = fma_scalar_blocking<double>::value;
 };
 
 // The kernel with this class's own blocking numbers. Only for processors with VFPv4.

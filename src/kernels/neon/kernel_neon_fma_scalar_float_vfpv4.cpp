@@ -1,10 +1,15 @@
-// kernel_neon_fma_scalar<float>: NEON packers, micro kernels and vector kernels with fused
-// multiply-adds. Built with VFPv4 enabled; reached only on processors that report it.
+// kernel_neon_fma_scalar<float> and <complex<float>>: the register-resident 8 by 4 float micro kernel
+// with fused multiply-adds, run on float panels or on the interleaved parts of 4 by 2 complex panels
+// (with the complex product and alpha applied once per tile), the vector micro_kernel_t, the prefetching
+// pack_b and the float vector kernels. Built with VFPv4 enabled; reached only on processors that report it.
 #include <arm_neon.h>
 
+#include <complex>
 #include <memory>
 
+#include "kernels/neon/kernel_neon_fma_scalar_complex.h"
 #include "kernels/neon/kernel_neon_fma_scalar.h"
+#include "kernels/neon/neon_cfloat_tile_end.h"
 #include "kernels/neon/neon_float_tile_vfpv4.h"
 #include "kernels/neon/neon_real_bodies.h"
 
@@ -27,17 +32,6 @@ static_assert(sizeof(float32x4_t) == 4 * sizeof(float), "a B step is one quad re
 static_assert(mr * sizeof(float) == 32 && nr * sizeof(float) == 16);
 
 }  // namespace
-
-// Packers: the bytes of the default bodies, shared with the other float kernels (neon_real_bodies.h).
-void kernel_neon_fma_scalar<float>::pack_a(const float* src, int ld, float* dst) const {
-  neon_real::pack_a_8x4(src, ld, dst);
-}
-void kernel_neon_fma_scalar<float>::pack_a_trans(const float* src, int ld, float* dst) const {
-  neon_real::pack_a_trans_8x4(src, ld, dst);
-}
-void kernel_neon_fma_scalar<float>::pack_b_trans(const float* src, int ld, float* dst) const {
-  neon_real::pack_b_trans_8x4(src, ld, dst);
-}
 
 // The walker moves down the source columns, so each is prefetched 128 bytes past this tile. A B tile
 // starts a whole number of 16-byte steps into a page-aligned block, hence the aligned stores.
@@ -101,6 +95,39 @@ void kernel_neon_fma_scalar<float>::scal_kernel(int n, const float* alpha, float
 template <> std::shared_ptr<kernel_object<float>> make_kernel_neon_fma_scalar<float>() {
   constexpr kernel_blocking numbers = fma_scalar_blocking<float>::value;
   return std::make_shared<kernel_neon_fma_scalar<float>>(numbers.block_m, numbers.block_n, numbers.block_k);
+}
+
+namespace {
+
+using cfloat = std::complex<float>;
+
+// The real loop's tile, in floats: an A step is 4 complex rows, a B step 2 complex columns.
+static_assert(fma_scalar_blocking<cfloat>::value.tile_m * 2 == mr &&
+              fma_scalar_blocking<cfloat>::value.tile_n * 2 == nr);
+static_assert(sizeof(cfloat) == 2 * sizeof(float), "panels are interleaved real and imaginary parts");
+
+}  // namespace
+
+// C (columns ldc apart) = alpha * A_panel * B_panel, or C + that. Per half column, two complex
+// elements: T = R + swapneg(I) is the product (a.re b.re - a.im b.im, a.im b.re + a.re b.im), then
+// alpha's parts scale it, P = alpha.re * T and Q = alpha.im * T, and the result is (P + C) + swapneg(Q),
+// or P + swapneg(Q) with no read of C when clear is set. All plain, unfused operations (the end step of
+// neon_cfloat_tile_end.h).
+template <>
+void kernel_neon_fma_scalar<cfloat>::micro_kernel(const cfloat* alpha, int k, const cfloat* a, const cfloat* b,
+                                                  cfloat* c, int ldc, bool clear) const {
+  static_assert(fma_scalar_blocking<cfloat>::value.tile_n == 2);
+  if (!clear)
+    for (int j = 0; j < fma_scalar_blocking<cfloat>::value.tile_n; ++j) __builtin_prefetch(c + j * ldc);
+  const neon_vfpv4::tile_accumulators t =
+      neon_vfpv4::tile_product(k, reinterpret_cast<const float*>(a), reinterpret_cast<const float*>(b));
+  const float32x4_t acc[nr][2] = {{t.c0_lo, t.c0_hi}, {t.c1_lo, t.c1_hi}, {t.c2_lo, t.c2_hi}, {t.c3_lo, t.c3_hi}};
+  neon_cfloat::store_complex_tile(acc, alpha, c, ldc, clear);
+}
+
+template <> std::shared_ptr<kernel_object<cfloat>> make_kernel_neon_fma_scalar<cfloat>() {
+  constexpr kernel_blocking numbers = fma_scalar_blocking<cfloat>::value;
+  return std::make_shared<kernel_neon_fma_scalar<cfloat>>(numbers.block_m, numbers.block_n, numbers.block_k);
 }
 
 }  // namespace kovra::kernels

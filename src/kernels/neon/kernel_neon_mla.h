@@ -16,9 +16,8 @@
 // library call on these cores), so they are rounded once where the others are rounded twice.
 #pragma once
 
-#include "kernels/blocking.h"
-#include "kernels/kernel_object.h"
-#include "kernels/neon/kernel_neon_fma_scalar.h"
+#include "kernels/neon/neon_blocking.h"
+#include "kernels/neon/neon_kernel_base.h"
 #include "platform.h"
 
 #if KOVRA_ARM32
@@ -27,50 +26,18 @@
 
 namespace kovra::kernels {
 
-template <typename T> class kernel_neon_mla;
-
-// The numbers of kernel_neon_fma_scalar of the same type: the two classes differ only in arithmetic.
-template <typename T> struct mla_blocking {
-  static constexpr kernel_blocking value = fma_scalar_blocking<T>::value;
-};
-
-// 8 by 4 tiles of float: the micro kernel holds the tile in eight quad registers, two per column, and
-// multiplies by the lanes of the B step directly.
-template <> class kernel_neon_mla<float> : public kernel_object<float> {
+// The real types: 8 by 4 tiles of float in eight quad registers, two per column, multiplied by the lanes
+// of the B step directly; 4 by 4 tiles of double in sixteen VFP registers. The vector kernels work in
+// quad registers (float) or pairs of elements (double). The complex types are in
+// kernel_neon_mla_complex.h.
+template <typename T> class kernel_neon_mla : public neon_kernel_base<T> {
  public:
   kernel_neon_mla(int block_m, int block_n, int block_k)
-      : kernel_object<float>(block_m, block_n, block_k, tiles.tile_m, tiles.tile_n, tiles.reserved_hint) {}
+      : neon_kernel_base<T>(block_m, block_n, block_k, mla_blocking<T>::value) {}
 
-  void pack_a(const float* src, int ld, float* dst) const override;
-  void pack_a_trans(const float* src, int ld, float* dst) const override;
-  void pack_b_trans(const float* src, int ld, float* dst) const override;
-  void pack_b(const float* src, int ld, float* dst) const override;
-  void micro_kernel(const float* alpha, int k, const float* a, const float* b, float* c, int ldc,
-                    bool clear) const override;
-  void axpy_kernel(int n, const float* alpha, const float* x, float* y) const override;
-  void scal_kernel(int n, const float* alpha, float* x) const override;
-
- private:
-  static constexpr kernel_blocking tiles = mla_blocking<float>::value;
-};
-
-// 4 by 4 tiles of double in sixteen VFP registers; the vector kernels work in pairs of elements.
-template <> class kernel_neon_mla<double> : public kernel_object<double> {
- public:
-  kernel_neon_mla(int block_m, int block_n, int block_k)
-      : kernel_object<double>(block_m, block_n, block_k, tiles.tile_m, tiles.tile_n, tiles.reserved_hint) {}
-
-  void pack_a(const double* src, int ld, double* dst) const override;
-  void pack_a_trans(const double* src, int ld, double* dst) const override;
-  void pack_b_trans(const double* src, int ld, double* dst) const override;
-  void pack_b(const double* src, int ld, double* dst) const override;
-  void micro_kernel(const double* alpha, int k, const double* a, const double* b, double* c, int ldc,
-                    bool clear) const override;
-  void axpy_kernel(int n, const double* alpha, const double* x, double* y) const override;
-  void scal_kernel(int n, const double* alpha, double* x) const override;
-
- private:
-  static constexpr kernel_blocking tiles = mla_blocking<double>::value;
+  void micro_kernel(const T* alpha, int k, const T* a, const T* b, T* c, int ldc, bool clear) const override;
+  void axpy_kernel(int n, const T* alpha, const T* x, T* y) const override;
+  void scal_kernel(int n, const T* alpha, T* x) const override;
 };
 
 // The kernel with this class's own blocking numbers. Needs NEON only.

@@ -24,39 +24,21 @@
 #include <complex>
 #include <memory>
 
-#include "kernels/neon/kernel_neon_fma_scalar_complex.h"
 #include "kernels/neon/kernel_neon_mla.h"
 
 #if KOVRA_ARM32
 
 namespace kovra::kernels {
 
-// 4 by 2 tiles of complex<float>: the 8 by 4 float multiply-accumulate loop in eight quad registers.
-template <> class kernel_neon_mla<std::complex<float>> : public kernel_object<std::complex<float>> {
+// 4 by 2 tiles of complex<float> run the 8 by 4 float loop in eight quad registers, 2 by 2 tiles of
+// complex<double> the 4 by 4 double loop in sixteen VFP registers.
+template <typename R> class kernel_neon_mla<std::complex<R>> : public neon_kernel_base<std::complex<R>> {
  public:
   kernel_neon_mla(int block_m, int block_n, int block_k)
-      : kernel_object<std::complex<float>>(block_m, block_n, block_k, tiles.tile_m, tiles.tile_n,
-                                           tiles.reserved_hint) {}
+      : neon_kernel_base<std::complex<R>>(block_m, block_n, block_k, mla_blocking<std::complex<R>>::value) {}
 
-  void micro_kernel(const std::complex<float>* alpha, int k, const std::complex<float>* a,
-                    const std::complex<float>* b, std::complex<float>* c, int ldc, bool clear) const override;
-
- private:
-  static constexpr kernel_blocking tiles = mla_blocking<std::complex<float>>::value;
-};
-
-// 2 by 2 tiles of complex<double>: the 4 by 4 double multiply-accumulate loop in sixteen VFP registers.
-template <> class kernel_neon_mla<std::complex<double>> : public kernel_object<std::complex<double>> {
- public:
-  kernel_neon_mla(int block_m, int block_n, int block_k)
-      : kernel_object<std::complex<double>>(block_m, block_n, block_k, tiles.tile_m, tiles.tile_n,
-                                            tiles.reserved_hint) {}
-
-  void micro_kernel(const std::complex<double>* alpha, int k, const std::complex<double>* a,
-                    const std::complex<double>* b, std::complex<double>* c, int ldc, bool clear) const override;
-
- private:
-  static constexpr kernel_blocking tiles = mla_blocking<std::complex<double>>::value;
+  void micro_kernel(const std::complex<R>* alpha, int k, const std::complex<R>* a, const std::complex<R>* b,
+                    std::complex<R>* c, int ldc, bool clear) const override;
 };
 
 template <> std::shared_ptr<kernel_object<std::complex<float>>> make_kernel_neon_mla<std::complex<float>>();

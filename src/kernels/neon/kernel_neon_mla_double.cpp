@@ -1,13 +1,17 @@
-// kernel_neon_mla<double>: unrolled packers, a register-resident 4 by 4 micro kernel and vector kernels
-// in pairs, with the product rounded before it is added. ARMv7 NEON has no double lanes, so the
-// arithmetic runs on the VFP unit; built for the NEON baseline, it runs on every ARMv7 NEON core.
-#include "kernels/neon/kernel_neon_mla.h"
+// kernel_neon_mla<double> and <complex<double>>: the 4 by 4 double tile loop with the product rounded
+// before it is added, run on double panels or on the interleaved parts of 2 by 2 complex panels (with
+// the complex product and alpha applied once per tile), and the double vector kernels in pairs. ARMv7
+// NEON has no double lanes, so the arithmetic runs on the VFP unit; built for the NEON baseline, it runs
+// on every ARMv7 NEON core.
+#include "kernels/neon/kernel_neon_mla_complex.h"
 
 #if KOVRA_ARM32
 
 #include <cmath>
+#include <complex>
 #include <memory>
 
+#include "kernels/neon/kernel_neon_mla.h"
 #include "kernels/neon/neon_double_tile.h"
 #include "kernels/neon/neon_real_bodies.h"
 
@@ -24,23 +28,11 @@ static_assert(mla_blocking<double>::value.tile_m == mr && mla_blocking<double>::
 
 }  // namespace
 
-void kernel_neon_mla<double>::pack_a(const double* src, int ld, double* dst) const {
-  neon_real::block4(src, ld).store(dst);
-}
-void kernel_neon_mla<double>::pack_a_trans(const double* src, int ld, double* dst) const {
-  neon_real::block4(src, ld).store_transposed(dst);
-}
-void kernel_neon_mla<double>::pack_b_trans(const double* src, int ld, double* dst) const {
-  neon_real::block4(src, ld).store(dst);
-}
-void kernel_neon_mla<double>::pack_b(const double* src, int ld, double* dst) const {
-  neon_real::block4(src, ld).store_transposed(dst);
-}
-
 // C (columns ldc apart) = alpha * A_panel * B_panel, or C + alpha * that. Sixteen scalar accumulators
 // start from +0 and take acc[j][i] += a_i * b_j per step; A runs one step ahead in two quadruples of
 // registers, so A step k is read and not used. Steps run as k mod 4 singles, then groups of four. At
 // the end C = C + acc * alpha, or acc * alpha with no read of C when clear is set.
+template <>
 void kernel_neon_mla<double>::micro_kernel(const double* alpha, int k, const double* a, const double* b, double* c,
                                            int ldc, bool clear) const {
   double acc[nr][mr] = {};
@@ -53,6 +45,7 @@ void kernel_neon_mla<double>::micro_kernel(const double* alpha, int k, const dou
 }
 
 // y = y + alpha * x (product rounded) in pairs, then the last element with a fused multiply-add.
+template <>
 void kernel_neon_mla<double>::axpy_kernel(int n, const double* alpha, const double* x, double* y) const {
   if (n < 1) return;
   const double al = *alpha;
@@ -66,6 +59,7 @@ void kernel_neon_mla<double>::axpy_kernel(int n, const double* alpha, const doub
   if (i < n) y[i] = std::fma(al, x[i], y[i]);
 }
 
+template <>
 void kernel_neon_mla<double>::scal_kernel(int n, const double* alpha, double* x) const {
   neon_real::scal_double(n, *alpha, x);
 }
@@ -73,6 +67,37 @@ void kernel_neon_mla<double>::scal_kernel(int n, const double* alpha, double* x)
 template <> std::shared_ptr<kernel_object<double>> make_kernel_neon_mla<double>() {
   constexpr kernel_blocking numbers = mla_blocking<double>::value;
   return std::make_shared<kernel_neon_mla<double>>(numbers.block_m, numbers.block_n, numbers.block_k);
+}
+
+namespace {
+
+using cdouble = std::complex<double>;
+
+// The real loop's tile, in doubles: an A step is 2 complex rows, a B step 2 complex columns.
+static_assert(mla_blocking<cdouble>::value.tile_m * 2 == neon_double::mr &&
+              mla_blocking<cdouble>::value.tile_n * 2 == neon_double::nr);
+static_assert(sizeof(cdouble) == 2 * sizeof(double), "panels are interleaved real and imaginary parts");
+
+}  // namespace
+
+// C (columns ldc apart) = alpha' * A_panel * B_panel, or C + that, where alpha' = alpha.re * (1 + i
+// alpha.im): the end step scales both parts of the sum by alpha.re first and multiplies those scaled
+// values by alpha.im. The sums accumulate from +0 with one rounded product and one add per term, A one
+// step ahead in two quadruples of registers (A step k is read and not used), k mod 4 single steps, then
+// groups of four; nothing is prefetched.
+template <>
+void kernel_neon_mla<cdouble>::micro_kernel(const cdouble* alpha, int k, const cdouble* a, const cdouble* b,
+                                            cdouble* c, int ldc, bool clear) const {
+  double acc[neon_double::nr][neon_double::mr] = {};
+  const double* ap = reinterpret_cast<const double*>(a);
+  const double* bp = reinterpret_cast<const double*>(b);
+  neon_double::tile_product<neon_double::rounded_term>(acc, k, ap, bp);
+  neon_double::store_complex_tile(acc, alpha, c, ldc, clear);
+}
+
+template <> std::shared_ptr<kernel_object<cdouble>> make_kernel_neon_mla<cdouble>() {
+  constexpr kernel_blocking numbers = mla_blocking<cdouble>::value;
+  return std::make_shared<kernel_neon_mla<cdouble>>(numbers.block_m, numbers.block_n, numbers.block_k);
 }
 
 }  // namespace kovra::kernels

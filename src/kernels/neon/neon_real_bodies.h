@@ -1,5 +1,6 @@
 // Bodies that the NEON kernels of float and double share whatever their multiply-add: the unrolled tile
-// packers, scal_kernel, and the stages of the float axpy_kernel with the vector step passed in. Each kernel file calls them from its own overrides.
+// packers, scal_kernel, and the stages of the float axpy_kernel with the vector step passed in. Each kernel
+// file calls them from its own overrides.
 //
 // The including files are built for different instruction sets (the *_vfpv4.cpp files with VFPv4, the
 // others with the NEON baseline). Everything here has internal linkage, so each file keeps its own copy
