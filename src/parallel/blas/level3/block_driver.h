@@ -61,7 +61,8 @@ template <typename T> struct column_major_store {
 };
 
 // C(i, j) at c[j + ldc*i]: micro_kernel_t, which has no alpha and stores the tile by rows, so the edge
-// tile's element (r, s) is at edge[s + tile_m*r].
+// tile's element (r, s) is at edge[s + tile_m*r]; a row of tile_n elements fits there because no kernel
+// has tiles wider than high.
 template <typename T> struct row_major_store {
   T* c;
   int ldc;
