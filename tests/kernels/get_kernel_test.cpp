@@ -1,7 +1,5 @@
-// get_kernel<T>: one shared object per type, made once even when the first calls race, with the
-// portable kernel's numbers on a processor without NEON.
+// get_kernel<T>: one shared object per type, made once even when the first calls race.
 #include <complex>
-#include <cstring>
 #include <thread>
 #include <vector>
 
@@ -9,8 +7,6 @@
 
 #include "element_values.h"
 #include "kernels/get_kernel.h"
-#include "kovra/cpu_features.h"
-#include "platform.h"
 
 namespace {
 
@@ -42,27 +38,6 @@ TYPED_TEST(GetKernel, RepeatedCallsReturnReferencesToTheSameObject) {
   EXPECT_EQ(first.get(), second.get());
   // The singleton's own reference plus these two.
   EXPECT_GE(first.use_count(), 3);
-}
-
-TYPED_TEST(GetKernel, PortableKernelHasEightByFourTilesAndFitsTheScratch) {
-  using T = TypeParam;
-  // A NEON processor gets a NEON kernel; selection_tests check those.
-  if (KOVRA_ARM32 && (android_getCpuFeatures() & ARM_FEATURE_NEON)) GTEST_SKIP() << "this processor has NEON";
-  const auto kernel = get_kernel<T>();
-  ASSERT_NE(kovra::kernels::kernel_name.load(), nullptr);
-  EXPECT_STREQ(kovra::kernels::kernel_name.load(), "none");
-  EXPECT_EQ(kernel->tile_m, 8);
-  EXPECT_EQ(kernel->tile_n, 4);
-  EXPECT_EQ(kernel->tile_size, kernel->tile_m * kernel->tile_n);
-  EXPECT_EQ(kernel->block_m, 512);
-  EXPECT_EQ(kernel->block_n, 16);
-  EXPECT_EQ(kernel->block_n % kernel->tile_n, 0);
-  EXPECT_EQ(kernel->reserved_hint, 0);
-  EXPECT_EQ(kernel->a_block_slack, 0);
-  // block_k follows the element width: the packed A block is 512 KiB for every type.
-  EXPECT_EQ(std::size_t(kernel->block_m) * kernel->block_k * sizeof(T), std::size_t(512) * 1024);
-  const kovra::helper::block_layout layout = kovra::kernels::plan_blocks(*kernel);
-  EXPECT_LE(layout.end, kovra::helper::scratch_bytes);
 }
 
 }  // namespace

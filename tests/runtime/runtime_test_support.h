@@ -58,14 +58,6 @@ class scoped_workers {
   scoped_workers& operator=(const scoped_workers&) = delete;
 };
 
-// User and system processor time of the whole process so far.
-inline double process_cpu_seconds() {
-  rusage usage{};
-  getrusage(RUSAGE_SELF, &usage);
-  const auto seconds = [](const timeval& t) { return static_cast<double>(t.tv_sec) + t.tv_usec * 1e-6; };
-  return seconds(usage.ru_utime) + seconds(usage.ru_stime);
-}
-
 // Loop counts of the heavier tests, divided by KOVRA_TEST_SCALE_DOWN (a positive integer) where the
 // tests run under emulation.
 inline int scaled(int count) {

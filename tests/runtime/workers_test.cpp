@@ -24,7 +24,6 @@ namespace {
 using vesk::internal::group_ptr;
 using vesk_test::function_task;
 using vesk_test::launch;
-using vesk_test::process_cpu_seconds;
 using vesk_test::scoped_workers;
 
 class WorkerCounts : public ::testing::TestWithParam<int> {};
@@ -141,14 +140,6 @@ TEST(StartStop, DefaultCountComesFromTheEnvironmentOrTheProcessors) {
     setenv("VESK_WORKERS", restore.c_str(), 1);
   else
     unsetenv("VESK_WORKERS");
-}
-
-TEST(StartStop, IdleWorkersSleep) {
-  scoped_workers scope(4);
-  launch(8, [] {});
-  const double before = process_cpu_seconds();
-  std::this_thread::sleep_for(std::chrono::milliseconds(300));
-  EXPECT_LT(process_cpu_seconds() - before, 0.050);
 }
 
 std::mutex cleaned_lock;

@@ -1,4 +1,4 @@
-// The split of a worker's scratch into packed A, packed B and the edge tile.
+// The scratch plan of the matrix products: packed A, packed B and the edge tile, and what fits.
 #include <complex>
 
 #include <gtest/gtest.h>
