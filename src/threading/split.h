@@ -8,10 +8,14 @@
 // block_split: runs of a fixed step, the last run taking the rest (step to 2*step - 1 entries).
 #pragma once
 
+#include <compare>
+
 namespace kovra::threading {
 
 struct tile_range {
   int m_begin, m_end, n_begin, n_end;
+  // Tiles are values: equal when their bounds are, ordered by them.
+  auto operator<=>(const tile_range&) const = default;
 };
 
 // Walks the tiles of launch_grid(m, mgrain, n, ngrain) for P workers.

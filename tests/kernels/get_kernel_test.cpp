@@ -5,17 +5,18 @@
 
 #include <gtest/gtest.h>
 
-#include "element_values.h"
+#include "support/element_types.h"
+#include "support/values.h"
 #include "kernels/get_kernel.h"
 
 namespace {
 
-using namespace kernel_testing;
+using namespace kovra_test;
 using kovra::kernels::get_kernel;
 using kovra::kernels::kernel_object;
 
 template <typename T> class GetKernel : public testing::Test {};
-TYPED_TEST_SUITE(GetKernel, ElementTypes);
+TYPED_TEST_SUITE(GetKernel, element_types, element_type_names);
 
 // First in this file, and no other test of the binary calls get_kernel, so the threads here make the
 // first calls of every type at once.

@@ -5,12 +5,13 @@
 
 #include <gtest/gtest.h>
 
-#include "element_values.h"
+#include "support/element_types.h"
+#include "support/values.h"
 #include "kernels/kernel_object.h"
 
 namespace {
 
-using namespace kernel_testing;
+using namespace kovra_test;
 using kovra::kernels::kernel_object;
 
 template <typename T> class MicroKernels : public testing::Test {
@@ -18,7 +19,7 @@ template <typename T> class MicroKernels : public testing::Test {
   const kernel_object<T> kernels[2] = {kernel_object<T>(kovra::kernels::plain_blocking<T>::value),
                                        kernel_object<T>(15, 10, 7, 3, 5)};
 };
-TYPED_TEST_SUITE(MicroKernels, ElementTypes);
+TYPED_TEST_SUITE(MicroKernels, element_types, element_type_names);
 
 // c + s*t as the contract has it: one fused multiply-add for real types; for complex ones the product
 // with each operation rounded, then two additions.

@@ -5,16 +5,17 @@
 
 #include <gtest/gtest.h>
 
-#include "element_values.h"
+#include "support/element_types.h"
+#include "support/values.h"
 #include "kernels/kernel_object.h"
 
 namespace {
 
-using namespace kernel_testing;
+using namespace kovra_test;
 using kovra::kernels::kernel_object;
 
 template <typename T> class Packers : public testing::Test {};
-TYPED_TEST_SUITE(Packers, ElementTypes);
+TYPED_TEST_SUITE(Packers, element_types, element_type_names);
 
 template <typename T> struct packer_case {
   const char* name;

@@ -8,12 +8,13 @@
 
 #include <gtest/gtest.h>
 
-#include "element_values.h"
+#include "support/element_types.h"
+#include "support/values.h"
 #include "kernels/kernel_object.h"
 
 namespace {
 
-using namespace kernel_testing;
+using namespace kovra_test;
 using kovra::kernels::kernel_object;
 
 template <typename T> class VectorKernels : public testing::Test {
@@ -21,7 +22,7 @@ template <typename T> class VectorKernels : public testing::Test {
   const kernel_object<T> kernel{kovra::kernels::plain_blocking<T>::value};
   static constexpr int guard = 3;
 };
-TYPED_TEST_SUITE(VectorKernels, ElementTypes);
+TYPED_TEST_SUITE(VectorKernels, element_types, element_type_names);
 
 // Counts below 1 must leave everything alone, like the reference loops.
 TYPED_TEST(VectorKernels, AxpyAddsAlphaTimesX) {
@@ -57,7 +58,7 @@ TYPED_TEST(VectorKernels, ScalMultipliesByAlpha) {
       std::vector<T> expected = x;
       for (int i = 0; i < n; ++i) expected[i] = plain_mul(alpha, x[i]);
       this->kernel.scal_kernel(n, &alpha, x.data());
-      EXPECT_TRUE(all_same_bits(x, expected)) << "n=" << n << " alpha=" << show(alpha);
+      EXPECT_TRUE(all_same_bits(x, expected)) << "n=" << n << " alpha=" << describe(alpha);
     }
 }
 
@@ -77,7 +78,7 @@ TYPED_TEST(VectorKernels, ScalByZeroClearsNaNAndInfinityWithoutReading) {
       std::vector<T> expected = x;
       for (int i = 0; i < n; ++i) expected[i] = T(0);
       this->kernel.scal_kernel(n, &alpha, x.data());
-      EXPECT_TRUE(all_same_bits(x, expected)) << "n=" << n << " alpha=" << show(alpha);
+      EXPECT_TRUE(all_same_bits(x, expected)) << "n=" << n << " alpha=" << describe(alpha);
     }
 }
 

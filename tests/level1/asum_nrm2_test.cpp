@@ -15,7 +15,7 @@
 #include "support/values.h"
 #include "support/worker_scope.h"
 
-namespace kovra::testing {
+namespace kovra_test {
 namespace {
 
 using parallel::blas::asum;
@@ -96,4 +96,4 @@ TEST(Nrm2, ExactValuesNoOverflowAndTheComplexTermRule) {
 }
 
 }  // namespace
-}  // namespace kovra::testing
+}  // namespace kovra_test

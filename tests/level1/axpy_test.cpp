@@ -11,7 +11,7 @@
 #include "support/values.h"
 #include "support/worker_scope.h"
 
-namespace kovra::testing {
+namespace kovra_test {
 namespace {
 
 using parallel::blas::axpy;
@@ -92,4 +92,4 @@ TYPED_TEST(Axpy, TilesMeetForAnyWorkerCount) {
 }
 
 }  // namespace
-}  // namespace kovra::testing
+}  // namespace kovra_test

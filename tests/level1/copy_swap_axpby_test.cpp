@@ -12,7 +12,7 @@
 #include "support/values.h"
 #include "support/worker_scope.h"
 
-namespace kovra::testing {
+namespace kovra_test {
 namespace {
 
 template <typename T>
@@ -134,4 +134,4 @@ TYPED_TEST(VectorUpdates, AxpbyNanOnlyVanishesWhenBothScalarsAreZero) {
 }
 
 }  // namespace
-}  // namespace kovra::testing
+}  // namespace kovra_test

@@ -13,7 +13,7 @@
 #include "support/values.h"
 #include "support/worker_scope.h"
 
-namespace kovra::testing {
+namespace kovra_test {
 namespace {
 
 using parallel::blas::dot;
@@ -110,4 +110,4 @@ TEST(WideDots, QuickReturnsAndSbOncePerTileAndOnceInTheFold) {
 }
 
 }  // namespace
-}  // namespace kovra::testing
+}  // namespace kovra_test

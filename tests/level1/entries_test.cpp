@@ -23,7 +23,7 @@
 #include "support/strided_vector.h"
 #include "support/values.h"
 
-namespace kovra::testing {
+namespace kovra_test {
 namespace {
 
 using c32 = std::complex<float>;
@@ -177,4 +177,4 @@ TEST(CblasEnumerations, MapToCharactersAndAnythingElseToX) {
 }
 
 }  // namespace
-}  // namespace kovra::testing
+}  // namespace kovra_test

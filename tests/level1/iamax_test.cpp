@@ -16,7 +16,7 @@
 #include "support/values.h"
 #include "support/worker_scope.h"
 
-namespace kovra::testing {
+namespace kovra_test {
 namespace {
 
 using parallel::blas::iamax;
@@ -124,4 +124,4 @@ TYPED_TEST(IndexSearch, BlockScanAndTileFoldMatchThePlainLoop) {
 }
 
 }  // namespace
-}  // namespace kovra::testing
+}  // namespace kovra_test

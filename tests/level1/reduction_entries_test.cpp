@@ -17,7 +17,7 @@
 #include "support/strided_vector.h"
 #include "support/values.h"
 
-namespace kovra::testing {
+namespace kovra_test {
 namespace {
 
 using c32 = std::complex<float>;
@@ -108,4 +108,4 @@ TYPED_TEST(ReductionEntries, EachEntryMapsItsArgumentsAndResult) {
 }
 
 }  // namespace
-}  // namespace kovra::testing
+}  // namespace kovra_test

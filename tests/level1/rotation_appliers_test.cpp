@@ -15,7 +15,7 @@
 #include "support/values.h"
 #include "support/worker_scope.h"
 
-namespace kovra::testing {
+namespace kovra_test {
 namespace {
 
 using parallel::blas::rot;
@@ -112,4 +112,4 @@ TYPED_TEST(Rotm, IdentityAndEmptyCallsWriteNothing) {
 }
 
 }  // namespace
-}  // namespace kovra::testing
+}  // namespace kovra_test

@@ -14,7 +14,7 @@
 #include "parallel/blas/level1/rotmg.h"
 #include "support/values.h"
 
-namespace kovra::testing {
+namespace kovra_test {
 namespace {
 
 using c32 = std::complex<float>;
@@ -91,4 +91,4 @@ TEST(RotationEntries, Appliers) {
 }
 
 }  // namespace
-}  // namespace kovra::testing
+}  // namespace kovra_test

@@ -11,7 +11,7 @@
 #include "parallel/blas/level1/rotmg.h"
 #include "support/values.h"
 
-namespace kovra::testing {
+namespace kovra_test {
 namespace {
 
 using parallel::blas::rotg;
@@ -123,4 +123,4 @@ TYPED_TEST(Generators, RotmgLowerBoundIsTheDecimalInEachType) {
 }
 
 }  // namespace
-}  // namespace kovra::testing
+}  // namespace kovra_test

@@ -19,7 +19,7 @@
 #include "support/values.h"
 #include "support/worker_scope.h"
 
-namespace kovra::testing {
+namespace kovra_test {
 namespace {
 
 using parallel::blas::scal;
@@ -164,4 +164,4 @@ TEST(StoppedRuntime, OnlyScalNeedsItBelowTheCutoff) {
 }
 
 }  // namespace
-}  // namespace kovra::testing
+}  // namespace kovra_test

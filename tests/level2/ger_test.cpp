@@ -15,7 +15,7 @@
 #include "support/worker_scope.h"
 #include "threading/scratch.h"
 
-namespace kovra::testing {
+namespace kovra_test {
 namespace {
 
 using parallel::blas::rank_one_form;
@@ -275,4 +275,4 @@ TEST(GerEntries, RowMajorReportsThePositionsOfTheCallItMakes) {
 }
 
 }  // namespace
-}  // namespace kovra::testing
+}  // namespace kovra_test

@@ -18,7 +18,7 @@
 #include "support/strided_vector.h"
 #include "support/values.h"
 
-namespace kovra::testing {
+namespace kovra_test {
 
 inline std::string report(const char* name, int position) {
   return std::string("** KOVRA Error!  On Entry to ") + name + " parameter number " + std::to_string(position) +
@@ -124,4 +124,4 @@ struct matvec_case {
   }
 };
 
-}  // namespace kovra::testing
+}  // namespace kovra_test

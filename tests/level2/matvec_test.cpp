@@ -9,7 +9,7 @@
 #include "support/worker_scope.h"
 #include "threading/scratch.h"
 
-namespace kovra::testing {
+namespace kovra_test {
 namespace {
 
 template <typename T>
@@ -248,4 +248,4 @@ TYPED_TEST(GemvRealForms, UnitAndAccumulateForms) {
 }
 
 }  // namespace
-}  // namespace kovra::testing
+}  // namespace kovra_test

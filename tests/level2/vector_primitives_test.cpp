@@ -10,7 +10,7 @@
 #include "support/strided_vector.h"
 #include "support/values.h"
 
-namespace kovra::testing {
+namespace kovra_test {
 namespace {
 
 using namespace parallel::blas;
@@ -119,4 +119,4 @@ TYPED_TEST(VectorPrimitives, ConjugatedDotsConjugateTheContiguousOperand) {
 }
 
 }  // namespace
-}  // namespace kovra::testing
+}  // namespace kovra_test

@@ -12,7 +12,7 @@
 #include "support/element_types.h"
 #include "support/values.h"
 
-namespace kovra::testing {
+namespace kovra_test {
 namespace {
 
 template <typename T>
@@ -58,4 +58,4 @@ TYPED_TEST(BlockDriver, RowMajorStoreIsTheTransposedLayoutOfTheColumnMajorOne) {
 }
 
 }  // namespace
-}  // namespace kovra::testing
+}  // namespace kovra_test

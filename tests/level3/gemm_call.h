@@ -8,7 +8,7 @@
 #include "parallel/blas/level3/gemm.h"
 #include "support/padded_matrix.h"
 
-namespace kovra::testing {
+namespace kovra_test {
 
 // The operands of C := alpha*op(A)*op(B) + beta*C, with A and B shaped for their transposes and every
 // leading dimension `pad` larger than needed.
@@ -50,4 +50,4 @@ std::shared_ptr<kernels::kernel_object<T>> odd_kernel() {
   return std::make_shared<kernels::kernel_object<T>>(odd_blocking);
 }
 
-}  // namespace kovra::testing
+}  // namespace kovra_test

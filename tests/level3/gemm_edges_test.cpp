@@ -9,7 +9,7 @@
 #include "support/element_types.h"
 #include "support/reference_level3.h"
 
-namespace kovra::testing {
+namespace kovra_test {
 namespace {
 
 template <typename T>
@@ -223,4 +223,4 @@ TEST(GemmEntries, RowMajorReportsThePositionsOfTheSwappedCall) {
 }
 
 }  // namespace
-}  // namespace kovra::testing
+}  // namespace kovra_test

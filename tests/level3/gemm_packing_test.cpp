@@ -9,7 +9,7 @@
 #include "parallel/blas/level3/packing.h"
 #include "support/element_types.h"
 
-namespace kovra::testing {
+namespace kovra_test {
 namespace {
 
 template <typename T>
@@ -79,4 +79,4 @@ TYPED_TEST(GemmPacking, BlocksOfBFollowThePanelLayout) {
 }
 
 }  // namespace
-}  // namespace kovra::testing
+}  // namespace kovra_test

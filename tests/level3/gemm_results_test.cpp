@@ -16,7 +16,7 @@
 #include "support/worker_scope.h"
 #include "threading/launch.h"
 
-namespace kovra::testing {
+namespace kovra_test {
 namespace {
 
 template <typename T>
@@ -128,4 +128,4 @@ TYPED_TEST(GemmResults, CallableFromInsideRunningTasks) {
 }
 
 }  // namespace
-}  // namespace kovra::testing
+}  // namespace kovra_test

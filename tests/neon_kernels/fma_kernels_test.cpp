@@ -8,7 +8,8 @@
 #include "kernels/neon/kernel_neon_fma.h"
 #include "neon_test_support.h"
 
-namespace kovra::kernels {
+namespace kovra_test {
+using namespace kovra::kernels;
 namespace {
 
 using models::accumulation;
@@ -56,4 +57,4 @@ TYPED_TEST(fma_kernel, gemm_agrees_with_the_reference) {
 }
 
 }  // namespace
-}  // namespace kovra::kernels
+}  // namespace kovra_test

@@ -12,7 +12,8 @@
 #include "kernels/neon/kernel_neon_fma_scalar_complex.h"
 #include "neon_test_support.h"
 
-namespace kovra::kernels {
+namespace kovra_test {
+using namespace kovra::kernels;
 namespace {
 
 using models::accumulation;
@@ -56,4 +57,4 @@ TEST_F(fma_scalar_cdouble_kernel, alpha_acts_as_its_real_part_times_one_plus_i_i
 TYPED_TEST(fma_scalar_complex_kernel, gemm_agrees_with_the_reference) { check_complex_gemm(this->kernel); }
 
 }  // namespace
-}  // namespace kovra::kernels
+}  // namespace kovra_test

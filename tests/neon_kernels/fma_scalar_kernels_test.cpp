@@ -12,7 +12,8 @@
 #include "kernels/neon/kernel_neon_fma_scalar.h"
 #include "neon_test_support.h"
 
-namespace kovra::kernels {
+namespace kovra_test {
+using namespace kovra::kernels;
 namespace {
 
 using models::accumulation;
@@ -93,4 +94,4 @@ TEST_F(fma_scalar_float_kernel, micro_kernel_t_stores_rows) {
 }
 
 }  // namespace
-}  // namespace kovra::kernels
+}  // namespace kovra_test

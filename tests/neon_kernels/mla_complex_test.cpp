@@ -11,7 +11,8 @@
 #include "kernels/neon/kernel_neon_mla_complex.h"
 #include "neon_test_support.h"
 
-namespace kovra::kernels {
+namespace kovra_test {
+using namespace kovra::kernels;
 namespace {
 
 using models::accumulation;
@@ -54,4 +55,4 @@ TEST_F(mla_cdouble_kernel, alpha_acts_as_its_real_part_times_one_plus_i_imaginar
 TYPED_TEST(mla_complex_kernel, gemm_agrees_with_the_reference) { check_complex_gemm(this->kernel); }
 
 }  // namespace
-}  // namespace kovra::kernels
+}  // namespace kovra_test

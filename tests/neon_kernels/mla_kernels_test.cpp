@@ -10,7 +10,8 @@
 #include "kernels/neon/kernel_neon_mla.h"
 #include "neon_test_support.h"
 
-namespace kovra::kernels {
+namespace kovra_test {
+using namespace kovra::kernels;
 namespace {
 
 using models::accumulation;
@@ -74,4 +75,4 @@ TYPED_TEST(mla_kernel, gemm_agrees_with_the_reference) {
 }
 
 }  // namespace
-}  // namespace kovra::kernels
+}  // namespace kovra_test

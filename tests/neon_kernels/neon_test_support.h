@@ -28,7 +28,8 @@
 #include "support/reference_level3.h"
 #include "support/values.h"
 
-namespace kovra::kernels {
+namespace kovra_test {
+using namespace kovra::kernels;
 
 inline bool processor_has_vfpv4() { return (getauxval(AT_HWCAP) & HWCAP_VFPv4) != 0; }
 inline constexpr const char* no_vfpv4 = "no VFPv4 fused multiply-add on this processor";
@@ -276,4 +277,4 @@ template <typename T> void check_complex_gemm(const std::shared_ptr<kernel_objec
                 {T(0), make<T>(0.5, -0.25)});
 }
 
-}  // namespace kovra::kernels
+}  // namespace kovra_test

@@ -7,7 +7,8 @@
 
 #include "helper/helper.h"
 
-namespace kovra::kernels::models {
+namespace kovra_test::models {
+using namespace kovra::kernels;
 
 enum class accumulation { fused, rounded };
 
@@ -70,4 +71,4 @@ template <typename T> T textbook_product(T f, T t, T old, bool clear) {
   return v;
 }
 
-}  // namespace kovra::kernels::models
+}  // namespace kovra_test::models

@@ -16,11 +16,11 @@ namespace {
 
 using vesk::internal::group_ptr;
 using vesk_test::launch;
-using vesk_test::scoped_workers;
+using vesk_test::worker_scope;
 using vesk_test::send;
 
 TEST(GroupIds, LowestFreeIdAndMoreGroupsThanThePoolHolds) {
-  scoped_workers scope(2);
+  worker_scope scope(2);
   std::vector<group_ptr> groups;
   for (int i = 0; i < 100; ++i) {
     groups.push_back(group_ptr::create());
@@ -46,7 +46,7 @@ TEST(GroupIds, LowestFreeIdAndMoreGroupsThanThePoolHolds) {
 }
 
 TEST(GroupLifetime, TasksInFlightKeepTheirGroupAfterTheLauncherLetsGo) {
-  scoped_workers scope(2);
+  worker_scope scope(2);
   std::atomic<bool> release{false};
   auto group = group_ptr::create();
   const std::uint32_t id = group->id();
@@ -63,7 +63,7 @@ TEST(GroupLifetime, TasksInFlightKeepTheirGroupAfterTheLauncherLetsGo) {
 }
 
 TEST(GroupLifetime, UnsentTaskIsTakenBack) {
-  scoped_workers scope(2);
+  worker_scope scope(2);
   auto group = group_ptr::create();
   const std::uint32_t id = group->id();
   group->add_task();
@@ -105,7 +105,7 @@ TEST(GroupPointer, EmptyPointerThrowsTheDocumentedException) {
 }
 
 TEST(TaskExceptions, WaitRaisesTheTaskExceptionAfterEveryTaskRan) {
-  scoped_workers scope(2);
+  worker_scope scope(2);
   std::atomic<int> runs{0};
   auto group = group_ptr::create();
   for (int t = 0; t < 10; ++t)

@@ -1,9 +1,7 @@
 // Helpers of the runtime tests: a task that runs a function, launches built the way the library's
-// launchers build them, an explicit worker count for a scope, the process's processor time, and loop
-// counts scaled down for slow hosts.
+// launchers build them, and loop counts scaled down for slow hosts. Worker counts for a scope come from
+// the shared support (worker_scope.h).
 #pragma once
-
-#include <sys/resource.h>
 
 #include <cstdlib>
 #include <functional>
@@ -13,7 +11,11 @@
 #include <vesk/runtime.h>
 #include <vesk/task.h>
 
+#include "support/worker_scope.h"
+
 namespace vesk_test {
+
+using kovra_test::worker_scope;
 
 class function_task final : public vesk::internal::task {
  public:
@@ -43,20 +45,6 @@ inline void launch(int count, const std::function<void()>& body) {
   for (int i = 0; i < count; ++i) send(group, body);
   group->wait();
 }
-
-class scoped_workers {
- public:
-  explicit scoped_workers(int workers) {
-    vesk_stop();
-    vesk_start(workers);
-  }
-  ~scoped_workers() {
-    vesk_stop();
-    vesk_start(0);
-  }
-  scoped_workers(const scoped_workers&) = delete;
-  scoped_workers& operator=(const scoped_workers&) = delete;
-};
 
 // Loop counts of the heavier tests, divided by KOVRA_TEST_SCALE_DOWN (a positive integer) where the
 // tests run under emulation.

@@ -38,7 +38,7 @@ bool threads_in_fork_child_supported() {
 using vesk::internal::group_ptr;
 using vesk_test::launch;
 using vesk_test::scaled;
-using vesk_test::scoped_workers;
+using vesk_test::worker_scope;
 using vesk_test::send;
 
 // Each level launches `fanout` tasks and waits for them from inside its own task.
@@ -55,7 +55,7 @@ void nest(int level, int fanout, std::atomic<int>& leaves, std::atomic<int>& off
 class Nesting : public ::testing::TestWithParam<int> {};
 
 TEST_P(Nesting, ThreeLevelsOfWaitsInsideTasksComplete) {
-  scoped_workers scope(GetParam());
+  worker_scope scope(GetParam());
   for (int fanout : {1, 2, 5}) {
     std::atomic<int> leaves{0}, off_worker{0};
     nest(1, fanout, leaves, off_worker);
@@ -69,7 +69,7 @@ INSTANTIATE_TEST_SUITE_P(Runtime, Nesting, ::testing::Values(1, 2, 4));
 // Worker A waits inside a task for an inner task that worker B runs and that cannot end by itself. A
 // has nothing of its group to run, so it goes to sleep, and the end of its group must wake it.
 TEST(WaitingWorker, SleepsAndWakesAtTheEndOfItsGroup) {
-  scoped_workers scope(2);
+  worker_scope scope(2);
   std::atomic<bool> inner_started{false}, release_inner{false}, outer_done{false};
   auto outer = group_ptr::create();
   send(outer, [&] {
@@ -99,7 +99,7 @@ TEST(ManyLaunchers, ApplicationThreadsLaunchAtOnceWithoutOversubscribing) {
   // Each thread keeps a few groups open, so that more than the pool's 32 groups are alive at once.
   constexpr int held_groups = 5;
   const int rounds = scaled(2000);
-  scoped_workers scope(workers);
+  worker_scope scope(workers);
   std::atomic<int> running{0}, most_running{0};
   std::mutex lock;
   std::set<std::thread::id> worker_threads;
@@ -159,7 +159,7 @@ int exit_status_of(pid_t child) {
 
 TEST(Fork, ChildLaunchesWorkWhileTheParentKeepsLaunching) {
   if (!threads_in_fork_child_supported()) GTEST_SKIP() << "this host cannot run threads in a child of fork()";
-  scoped_workers scope(2);
+  worker_scope scope(2);
   launch(8, [] {});
   std::atomic<bool> stop_background{false};
   std::thread background([&] {
@@ -180,7 +180,7 @@ TEST(Fork, ChildLaunchesWorkWhileTheParentKeepsLaunching) {
 }
 
 TEST(Fork, ChildThatNeverLaunchesHasNoWorkersToJoin) {
-  scoped_workers scope(2);
+  worker_scope scope(2);
   launch(8, [] {});
   const pid_t child = fork();
   ASSERT_NE(child, -1);

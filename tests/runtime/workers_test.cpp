@@ -24,13 +24,13 @@ namespace {
 using vesk::internal::group_ptr;
 using vesk_test::function_task;
 using vesk_test::launch;
-using vesk_test::scoped_workers;
+using vesk_test::worker_scope;
 
 class WorkerCounts : public ::testing::TestWithParam<int> {};
 
 TEST_P(WorkerCounts, EveryWorkerRunsTasksAndNoOtherThreadDoes) {
   const int workers = GetParam();
-  scoped_workers scope(workers);
+  worker_scope scope(workers);
   EXPECT_EQ(vesk_worker_count(), workers);
   EXPECT_EQ(vesk::worker_count(), workers);
   EXPECT_EQ(vesk::internal::num_exec_ctx(), workers);
@@ -63,7 +63,7 @@ TEST_P(WorkerCounts, EveryWorkerRunsTasksAndNoOtherThreadDoes) {
 INSTANTIATE_TEST_SUITE_P(Runtime, WorkerCounts, ::testing::Values(1, 2, 4, 8));
 
 TEST(StartStop, StoppedRuntimeRefusesTasksAndStartsAgain) {
-  scoped_workers scope(2);
+  worker_scope scope(2);
   auto group = group_ptr::create();
   // Made while running, sent after the stop: it still runs, on the sending thread.
   auto* early = new (vesk::internal::task_allocator::allocate(sizeof(function_task)))
@@ -94,7 +94,7 @@ TEST(StartStop, StoppedRuntimeRefusesTasksAndStartsAgain) {
 }
 
 TEST(StartStop, MisuseIsRefused) {
-  scoped_workers scope(2);
+  worker_scope scope(2);
   EXPECT_EQ(vesk_start(4), -1);
   EXPECT_EQ(vesk_worker_count(), 2);
   try {
@@ -121,7 +121,7 @@ TEST(StartStop, MisuseIsRefused) {
 }
 
 TEST(StartStop, DefaultCountComesFromTheEnvironmentOrTheProcessors) {
-  scoped_workers scope(1);
+  worker_scope scope(1);
   const long online = sysconf(_SC_NPROCESSORS_ONLN);
   const char* saved = std::getenv("VESK_WORKERS");
   const std::string restore = saved != nullptr ? saved : "";
@@ -153,7 +153,7 @@ void record_cleanup(void* value) {
 
 TEST(WorkerStorage, CleanupRunsAtStopForEachWorkerThatSetAValue) {
   constexpr int workers = 4;
-  scoped_workers scope(workers);
+  worker_scope scope(workers);
   {
     std::lock_guard<std::mutex> guard(cleaned_lock);
     cleaned.clear();

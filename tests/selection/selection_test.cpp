@@ -33,8 +33,8 @@ namespace {
 using kovra::kernels::get_kernel;
 using kovra::kernels::kernel_blocking;
 using kovra::kernels::kernel_object;
-using kovra::testing::make;
-using kovra::testing::random_values;
+using kovra_test::make;
+using kovra_test::random_values;
 
 // The class and numbers that a kernel called `name` must have for T.
 template <typename T>
@@ -152,7 +152,7 @@ TEST(version_report, StringAndRecordAgree) {
 }
 
 template <typename T>
-std::vector<T> matrix_values(const kovra::testing::padded_matrix<T>& m) {
+std::vector<T> matrix_values(const kovra_test::padded_matrix<T>& m) {
   std::vector<T> values;
   for (int j = 0; j < m.cols(); ++j)
     for (int i = 0; i < m.rows(); ++i) values.push_back(m.at(i, j));
@@ -187,7 +187,7 @@ class every_kernel_against_portable : public testing::Test {
       std::make_shared<kernel_object<T>>(kovra::kernels::plain_blocking<T>::value);
   static constexpr double eps = std::numeric_limits<R>::epsilon();
 };
-TYPED_TEST_SUITE(every_kernel_against_portable, kovra::testing::element_types, kovra::testing::element_type_names);
+TYPED_TEST_SUITE(every_kernel_against_portable, kovra_test::element_types, kovra_test::element_type_names);
 
 // Lengths around the vector widths and the unrolled steps of the NEON bodies.
 constexpr int vector_lengths[] = {1, 2, 3, 4, 5, 7, 8, 9, 15, 16, 17, 31, 33, 100};
@@ -203,7 +203,7 @@ TYPED_TEST(every_kernel_against_portable, Axpy) {
       chosen->axpy_kernel(n, &alpha, x.data(), y.data());
       this->portable->axpy_kernel(n, &alpha, x.data(), y_portable.data());
       // |alpha * x| stays below 2 per part, |y| below 1: a few roundings of terms below 3.
-      EXPECT_TRUE(kovra::testing::all_near(y, y_portable, 12 * this->eps)) << "n = " << n;
+      EXPECT_TRUE(kovra_test::all_near(y, y_portable, 12 * this->eps)) << "n = " << n;
     }
 }
 
@@ -217,12 +217,12 @@ TYPED_TEST(every_kernel_against_portable, Scal) {
       std::vector<T> x_portable = x;
       chosen->scal_kernel(n, &alpha, x.data());
       this->portable->scal_kernel(n, &alpha, x_portable.data());
-      EXPECT_TRUE(kovra::testing::all_near(x, x_portable, 4 * this->eps)) << "n = " << n;
+      EXPECT_TRUE(kovra_test::all_near(x, x_portable, 4 * this->eps)) << "n = " << n;
 
       // A zero scale clears the vector, not-a-numbers included, on every kernel.
-      std::vector<T> nans(n, kovra::testing::nan_element<T>());
+      std::vector<T> nans(n, kovra_test::nan_element<T>());
       chosen->scal_kernel(n, &zero, nans.data());
-      EXPECT_TRUE(kovra::testing::all_same_bits(nans, std::vector<T>(n, zero))) << "n = " << n;
+      EXPECT_TRUE(kovra_test::all_same_bits(nans, std::vector<T>(n, zero))) << "n = " << n;
     }
 }
 
@@ -245,13 +245,13 @@ TYPED_TEST(every_kernel_against_portable, Gemm) {
   for (const auto& chosen : this->kernels)
     for (const shape& s : shapes)
       for (const T& alpha : alphas) {
-        kovra::testing::gemm_case<T> on_chosen(s.transa, s.transb, s.m, s.n, s.k, 3, 7);
-        kovra::testing::gemm_case<T> on_portable(s.transa, s.transb, s.m, s.n, s.k, 3, 7);
+        kovra_test::gemm_case<T> on_chosen(s.transa, s.transb, s.m, s.n, s.k, 3, 7);
+        kovra_test::gemm_case<T> on_portable(s.transa, s.transb, s.m, s.n, s.k, 3, 7);
         on_chosen.run_on(chosen, alpha, beta);
         on_portable.run_on(this->portable, alpha, beta);
         // Terms of the sum stay below 2 in magnitude (complex products of parts in [-1, 1]).
         const double tolerance = 16 * this->eps * (std::sqrt(double(s.k)) + 1) * 2 * std::abs(alpha) + 4 * this->eps;
-        EXPECT_TRUE(kovra::testing::all_near(matrix_values(on_chosen.c), matrix_values(on_portable.c), tolerance))
+        EXPECT_TRUE(kovra_test::all_near(matrix_values(on_chosen.c), matrix_values(on_portable.c), tolerance))
             << s.transa << s.transb << " " << s.m << " x " << s.n << " x " << s.k << ", alpha " << alpha;
         EXPECT_TRUE(on_chosen.c.guards_intact());
       }

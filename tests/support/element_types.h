@@ -8,7 +8,7 @@
 #include <string>
 #include <type_traits>
 
-namespace kovra::testing {
+namespace kovra_test {
 
 using element_types = ::testing::Types<float, double, std::complex<float>, std::complex<double>>;
 
@@ -22,4 +22,4 @@ struct element_type_names {
   }
 };
 
-}  // namespace kovra::testing
+}  // namespace kovra_test

@@ -11,7 +11,7 @@
 
 #include "values.h"
 
-namespace kovra::testing {
+namespace kovra_test {
 
 template <typename T>
 class padded_matrix {
@@ -72,4 +72,4 @@ class padded_matrix {
   std::vector<T> buffer_;
 };
 
-}  // namespace kovra::testing
+}  // namespace kovra_test

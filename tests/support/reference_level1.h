@@ -10,7 +10,7 @@
 #include "helper/helper.h"
 #include "values.h"
 
-namespace kovra::testing {
+namespace kovra_test {
 
 // The four partial products pass through memory: GCC 12 turns (ac - bd, ad + bc) into fused
 // multiply-add/subtract instructions when it vectorises, even under -ffp-contract=off, and the
@@ -62,4 +62,4 @@ std::vector<T> reference_scal(A alpha, std::vector<T> x) {
   return x;
 }
 
-}  // namespace kovra::testing
+}  // namespace kovra_test

@@ -11,7 +11,7 @@
 #include "reference_level3.h"
 #include "values.h"
 
-namespace kovra::testing {
+namespace kovra_test {
 
 template <typename T>
 struct expected_vector {
@@ -65,4 +65,4 @@ void reference_ger(bool conjugate_y, int m, int n, T alpha, const std::vector<T>
     for (int i = 0; i < m; ++i) at(i, j) += alpha * x[i] * helper::CONJG(conjugate_y, y[j]);
 }
 
-}  // namespace kovra::testing
+}  // namespace kovra_test

@@ -12,7 +12,7 @@
 
 #include "padded_matrix.h"
 
-namespace kovra::testing {
+namespace kovra_test {
 
 template <typename T>
 using wide_t = std::conditional_t<is_complex_v<T>, std::complex<long double>, long double>;
@@ -90,4 +90,4 @@ template <typename T>
   return ::testing::AssertionSuccess();
 }
 
-}  // namespace kovra::testing
+}  // namespace kovra_test

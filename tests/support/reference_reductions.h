@@ -10,7 +10,7 @@
 #include "reference_level1.h"
 #include "values.h"
 
-namespace kovra::testing {
+namespace kovra_test {
 
 struct tile_bounds {
   int begin, end;
@@ -74,4 +74,4 @@ int reference_index(const std::vector<T>& x, bool largest) {
   return pos;
 }
 
-}  // namespace kovra::testing
+}  // namespace kovra_test

@@ -15,7 +15,7 @@
 
 #include "values.h"
 
-namespace kovra::testing {
+namespace kovra_test {
 
 template <typename T>
 class strided_vector {
@@ -60,4 +60,4 @@ class strided_vector {
   std::vector<T> buffer_;
 };
 
-}  // namespace kovra::testing
+}  // namespace kovra_test

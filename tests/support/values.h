@@ -1,5 +1,6 @@
-// Test values for all four element types: building elements from parts, sentinels, random fills, and
-// element-wise comparison of results, bit for bit or within a tolerance.
+// Test values for all four element types: building elements from parts, sentinels, random fills, the
+// products and sums as written, and element-wise comparison of results, bit for bit or within a
+// tolerance.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -15,7 +16,80 @@
 
 #include "helper/helper.h"
 
-namespace kovra::testing {
+namespace kovra::error {}
+namespace kovra::interface {}
+namespace kovra::kernels {}
+namespace kovra::parallel {}
+namespace kovra::threading {}
+
+namespace kovra_test {
+
+// The library's names as the tests use them, without the tests living in its namespaces.
+namespace error = kovra::error;
+namespace helper = kovra::helper;
+namespace interface = kovra::interface;
+namespace kernels = kovra::kernels;
+namespace parallel = kovra::parallel;
+namespace threading = kovra::threading;
+using kovra::is_complex_v;
+using kovra::real_t;
+using kovra::serial_cutoff;
+
+// Deterministic values in [-2, 2) with full mantissas (splitmix64), so that a different order or
+// grouping of the arithmetic shows in the last bits.
+class value_source {
+ public:
+  explicit value_source(std::uint64_t seed) : state_(seed) {}
+
+  template <typename T> T next() {
+    if constexpr (is_complex_v<T>) {
+      using R = real_t<T>;
+      const R re = next<R>();
+      return T(re, next<R>());
+    } else {
+      return static_cast<T>(static_cast<double>(next_bits() >> 11) * 0x1p-53 * 4.0 - 2.0);
+    }
+  }
+
+  template <typename T> std::vector<T> vector(std::size_t n) {
+    std::vector<T> v(n);
+    for (T& x : v) x = next<T>();
+    return v;
+  }
+
+ private:
+  std::uint64_t next_bits() {
+    std::uint64_t z = (state_ += 0x9e3779b97f4a7c15ull);
+    z = (z ^ (z >> 30)) * 0xbf58476d1ce4e5b9ull;
+    z = (z ^ (z >> 27)) * 0x94d049bb133111ebull;
+    return z ^ (z >> 31);
+  }
+  std::uint64_t state_;
+};
+
+// The product as written, for finite operands: (ac - bd, ad + bc) with each operation rounded. The
+// products go through volatile because GCC's vectorizer recognises this very pattern and emits fused
+// multiply-add-subtract instructions for it, -ffp-contract=off notwithstanding.
+template <typename T> T plain_mul(const T& x, const T& y) {
+  if constexpr (is_complex_v<T>) {
+    using R = real_t<T>;
+    const volatile R ac = x.real() * y.real(), bd = x.imag() * y.imag();
+    const volatile R ad = x.real() * y.imag(), bc = x.imag() * y.real();
+    return T(ac - bd, ad + bc);
+  } else {
+    return x * y;
+  }
+}
+
+template <typename T> T plain_add(const T& x, const T& y) {
+  if constexpr (is_complex_v<T>) return T(x.real() + y.real(), x.imag() + y.imag());
+  else return x + y;
+}
+
+template <typename T> T conj_of(const T& v) {
+  if constexpr (is_complex_v<T>) return T(v.real(), -v.imag());
+  else return v;
+}
 
 // An element from its parts; a real type drops the imaginary part.
 template <typename T>
@@ -105,4 +179,4 @@ template <typename T>
   return ::testing::AssertionSuccess();
 }
 
-}  // namespace kovra::testing
+}  // namespace kovra_test

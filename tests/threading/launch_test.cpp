@@ -13,10 +13,10 @@
 #include <vesk/runtime.h>
 
 #include "threading/launch.h"
-#include "tile_range_io.h"
 #include "support/worker_scope.h"
 
-namespace kovra::threading {
+namespace kovra_test {
+using namespace kovra::threading;
 
 namespace {
 
@@ -47,7 +47,7 @@ class Launchers : public ::testing::TestWithParam<int> {};
 
 TEST_P(Launchers, GridTilesAreTheSplitForThisWorkerCount) {
   const int workers = GetParam();
-  kovra::testing::worker_scope scope(workers);
+  kovra_test::worker_scope scope(workers);
   struct shape { int m, mgrain, n, ngrain; };
   for (const shape s : {shape{9, 8, 1, 1}, shape{100, 8, 1, 1}, shape{64, 8, 1, 1}, shape{1015, 8, 1, 1},
                         shape{7, 7, 100, 4}, shape{50, 8, 13, 13}, shape{3, 0, 1, 1}}) {
@@ -59,7 +59,7 @@ TEST_P(Launchers, GridTilesAreTheSplitForThisWorkerCount) {
 
 TEST_P(Launchers, TilesCarryTheirTileNumberAndTheCountIsReturned) {
   const int workers = GetParam();
-  kovra::testing::worker_scope scope(workers);
+  kovra_test::worker_scope scope(workers);
   for (int n : {1, 9, 20, 1000}) {
     recording_body body;
     const int made = launch_tiles(n, 8, &body);
@@ -75,7 +75,7 @@ TEST_P(Launchers, TilesCarryTheirTileNumberAndTheCountIsReturned) {
 }
 
 TEST_P(Launchers, BlocksAreNotLimitedByTheWorkerCount) {
-  kovra::testing::worker_scope scope(GetParam());
+  kovra_test::worker_scope scope(GetParam());
   recording_body body;
   launch_blocks(1000, 64, 7, 7, &body);
   const auto tiles = body.sorted();
@@ -89,7 +89,7 @@ TEST_P(Launchers, BlocksAreNotLimitedByTheWorkerCount) {
 INSTANTIATE_TEST_SUITE_P(WorkerCounts, Launchers, ::testing::Values(1, 2, 4, 8));
 
 TEST(LaunchFailures, TaskWithoutMemoryIsDroppedAndTheCallReturns) {
-  kovra::testing::worker_scope scope(4);
+  kovra_test::worker_scope scope(4);
   recording_body body;
   vesk::testing::fail_task_allocations(0b10);  // the second task of the launch
   launch_grid(100, 8, 1, 1, &body);
@@ -98,7 +98,7 @@ TEST(LaunchFailures, TaskWithoutMemoryIsDroppedAndTheCallReturns) {
 }
 
 TEST(LaunchFailures, StoppedRuntimeThrowsTheRuntimeExceptionFromTheLaunch) {
-  kovra::testing::worker_scope scope(2);
+  kovra_test::worker_scope scope(2);
   vesk_stop();
   recording_body body;
   try {
@@ -132,7 +132,7 @@ struct nested_body {
 
 TEST(LaunchNesting, ThreeLevelsDeepNeverDeadlock) {
   for (int workers : {1, 2, 4}) {
-    kovra::testing::worker_scope scope(workers);
+    kovra_test::worker_scope scope(workers);
     std::atomic<int> leaves{0};
     const nested_body outer{1, &leaves};
     launch_grid(8, 1, 1, 1, &outer);
@@ -150,7 +150,7 @@ struct add_body {
 };
 
 TEST(LaunchConcurrency, ManyApplicationThreadsLaunchAtOnce) {
-  kovra::testing::worker_scope scope(2);
+  kovra_test::worker_scope scope(2);
   constexpr int threads = 8, rounds = 400, length = 37;
   std::vector<std::vector<int>> arrays(threads, std::vector<int>(length, 0));
   std::vector<std::thread> callers;
@@ -167,4 +167,4 @@ TEST(LaunchConcurrency, ManyApplicationThreadsLaunchAtOnce) {
 }
 
 }  // namespace
-}  // namespace kovra::threading
+}  // namespace kovra_test

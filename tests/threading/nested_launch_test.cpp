@@ -33,7 +33,7 @@ struct nested_gemm_body {
 
 template <typename T>
 void run_nested(int workers) {
-  kovra::testing::worker_scope scope(workers);
+  kovra_test::worker_scope scope(workers);
   std::vector<T> a(n * n), c(n * n * runs, T(-1));
   for (int i = 0; i < n * n; ++i) a[i] = T(i % 7 - 3);
   const nested_gemm_body<T> body{&a, &c};

@@ -14,7 +14,8 @@
 #include "threading/launch.h"
 #include "support/worker_scope.h"
 
-namespace kovra::threading {
+namespace kovra_test {
+using namespace kovra::threading;
 namespace {
 
 // What a tile saw of its worker's block.
@@ -47,7 +48,7 @@ struct ignoring_body {
 };
 
 TEST(Scratch, FirstTaskGetsAnAlignedZeroBlockThatLaterTasksReuseUncleared) {
-  kovra::testing::worker_scope scope(1);
+  kovra_test::worker_scope scope(1);
   scratch_probe first;
   first.mark = std::byte{0x5a};
   launch_grid(1, 1, 1, 1, &first);
@@ -62,7 +63,7 @@ TEST(Scratch, FirstTaskGetsAnAlignedZeroBlockThatLaterTasksReuseUncleared) {
 }
 
 TEST(Scratch, OneBlockPerWorkerForEveryElementType) {
-  kovra::testing::worker_scope scope(1);
+  kovra_test::worker_scope scope(1);
   typed_probe<float> single;
   typed_probe<double> twice;
   launch_grid(1, 1, 1, 1, &single);
@@ -72,7 +73,7 @@ TEST(Scratch, OneBlockPerWorkerForEveryElementType) {
 }
 
 TEST(Scratch, TasksThatIgnoreTheBlockStillCreateIt) {
-  kovra::testing::worker_scope scope(1);
+  kovra_test::worker_scope scope(1);
   ignoring_body level1_like;
   launch_grid(1, 1, 1, 1, &level1_like);
   // With every further aligned allocation failing, only an existing block lets the next task run.
@@ -84,7 +85,7 @@ TEST(Scratch, TasksThatIgnoreTheBlockStillCreateIt) {
 }
 
 TEST(Scratch, AllocationFailureRaisesBadAllocAndTheNextTaskTriesAgain) {
-  kovra::testing::worker_scope scope(1);
+  kovra_test::worker_scope scope(1);
   vesk::testing::fail_aligned_allocations(0b1);
   scratch_probe failed;
   EXPECT_THROW(launch_grid(1, 1, 1, 1, &failed), std::bad_alloc);
@@ -96,7 +97,7 @@ TEST(Scratch, AllocationFailureRaisesBadAllocAndTheNextTaskTriesAgain) {
 }
 
 TEST(Scratch, FailureOnOneWorkerLeavesTheOtherWorkersBlocks) {
-  kovra::testing::worker_scope scope(2);
+  kovra_test::worker_scope scope(2);
   // Give both workers a block and mark it.
   scratch_probe marked;
   marked.mark = std::byte{0x33};
@@ -112,4 +113,4 @@ TEST(Scratch, FailureOnOneWorkerLeavesTheOtherWorkersBlocks) {
 }
 
 }  // namespace
-}  // namespace kovra::threading
+}  // namespace kovra_test

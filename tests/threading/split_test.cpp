@@ -5,9 +5,9 @@
 #include <vector>
 
 #include "threading/split.h"
-#include "tile_range_io.h"
 
-namespace kovra::threading {
+namespace kovra_test {
+using namespace kovra::threading;
 
 namespace {
 
@@ -100,4 +100,4 @@ TEST(BlockSplit, LastRunTakesTheRestAndRowsAreOuter) {
 }
 
 }  // namespace
-}  // namespace kovra::threading
+}  // namespace kovra_test
