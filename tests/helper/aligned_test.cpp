@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include "helper/aligned.h"
+#include "support/element_types.h"
 
 namespace {
 
@@ -15,8 +16,7 @@ using testing::internal::CaptureStderr;
 using testing::internal::GetCapturedStderr;
 
 template <typename T> class AlignedArray : public testing::Test {};
-using ElementTypes = testing::Types<float, double, std::complex<float>, std::complex<double>>;
-TYPED_TEST_SUITE(AlignedArray, ElementTypes);
+TYPED_TEST_SUITE(AlignedArray, kovra_test::element_types, kovra_test::element_type_names);
 
 TYPED_TEST(AlignedArray, SixtyFourByteAlignedAndWholeCountUsable) {
   using T = TypeParam;

@@ -15,22 +15,11 @@
 #include "parallel/blas/level2/gemv.h"
 #include "support/padded_matrix.h"
 #include "support/reference_level2.h"
+#include "support/reports.h"
 #include "support/strided_vector.h"
 #include "support/values.h"
 
 namespace kovra_test {
-
-inline std::string report(const char* name, int position) {
-  return std::string("** KOVRA Error!  On Entry to ") + name + " parameter number " + std::to_string(position) +
-         " had an illegal value!\n";
-}
-
-template <typename Call>
-std::string stderr_of(Call&& call) {
-  ::testing::internal::CaptureStderr();
-  call();
-  return ::testing::internal::GetCapturedStderr();
-}
 
 template <typename T>
 ::testing::AssertionResult all_sentinels(const std::vector<T>& v) {

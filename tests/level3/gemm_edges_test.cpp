@@ -8,6 +8,7 @@
 #include "kovra/fortran.h"
 #include "support/element_types.h"
 #include "support/reference_level3.h"
+#include "support/reports.h"
 
 namespace kovra_test {
 namespace {
@@ -127,12 +128,11 @@ TYPED_TEST(GemmEdges, EachBadArgumentIsReportedAtItsPositionAndCIsUntouched) {
     a.random(1);
     b.random(2);
     c.fill(sentinel<T>());
-    ::testing::internal::CaptureStderr();
-    parallel::blas::gemm(call.ta, call.tb, call.m, call.n, call.k, make<T>(1), a.data(), call.lda, b.data(), call.ldb,
-                         make<T>(0), c.data(), call.ldc);
-    const std::string report = ::testing::internal::GetCapturedStderr();
-    EXPECT_EQ(report, "** KOVRA Error!  On Entry to GEMM  parameter number " + std::to_string(call.position) +
-                          " had an illegal value!\n");
+    EXPECT_EQ(stderr_of([&] {
+                parallel::blas::gemm(call.ta, call.tb, call.m, call.n, call.k, make<T>(1), a.data(), call.lda,
+                                     b.data(), call.ldb, make<T>(0), c.data(), call.ldc);
+              }),
+              report("GEMM ", call.position));
     for (int j = 0; j < 4; ++j)
       for (int i = 0; i < 4; ++i) EXPECT_TRUE(same_bits(c.at(i, j), sentinel<T>()));
   }
@@ -211,13 +211,12 @@ TEST(GemmEntries, RowMajorReportsThePositionsOfTheSwappedCall) {
   struct bad { int order, ta, tb, m, n, position; };
   for (const bad call : {bad{101, 111, 199, 2, 2, 1}, bad{101, 199, 111, 2, 2, 2}, bad{102, 199, 111, 2, 2, 1},
                          bad{101, 111, 111, -1, 2, 4}, bad{101, 111, 111, 2, -1, 3}}) {
-    ::testing::internal::CaptureStderr();
-    cblas_zgemm(static_cast<CBLAS_ORDER>(call.order), static_cast<CBLAS_TRANSPOSE>(call.ta),
-                static_cast<CBLAS_TRANSPOSE>(call.tb), call.m, call.n, 2, &one, a.data(), 4, b.data(), 4, &one,
-                c.data(), 4);
-    EXPECT_EQ(::testing::internal::GetCapturedStderr(),
-              "** KOVRA Error!  On Entry to GEMM  parameter number " + std::to_string(call.position) +
-                  " had an illegal value!\n");
+    EXPECT_EQ(stderr_of([&] {
+                cblas_zgemm(static_cast<CBLAS_ORDER>(call.order), static_cast<CBLAS_TRANSPOSE>(call.ta),
+                            static_cast<CBLAS_TRANSPOSE>(call.tb), call.m, call.n, 2, &one, a.data(), 4, b.data(), 4,
+                            &one, c.data(), 4);
+              }),
+              report("GEMM ", call.position));
   }
   EXPECT_EQ(c, std::vector<std::complex<double>>(16, {5, 5}));
 }
