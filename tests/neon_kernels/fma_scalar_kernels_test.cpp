@@ -17,9 +17,9 @@ using namespace kovra::kernels;
 namespace {
 
 using models::accumulation;
-using testing::all_same_bits;
-using testing::random_values;
-using testing::sentinel;
+using kovra_test::all_same_bits;
+using kovra_test::random_values;
+using kovra_test::sentinel;
 
 template <typename T> class fma_scalar_kernel : public ::testing::Test {
  protected:

@@ -49,7 +49,7 @@ template <typename E> struct guarded_block {
   int start;
   guarded_block(int count, block_layout at)
       : guard(at.guard),
-        buffer(std::size_t(count) + 4 * at.guard + at.align / sizeof(E) + at.offset, testing::sentinel<E>()) {
+        buffer(std::size_t(count) + 4 * at.guard + at.align / sizeof(E) + at.offset, kovra_test::sentinel<E>()) {
     const auto address = reinterpret_cast<std::uintptr_t>(buffer.data() + guard);
     const auto align = std::uintptr_t(at.align);
     start = guard + int((align - address % align) % align / sizeof(E)) + at.offset;
@@ -98,7 +98,7 @@ template <typename T>
 void check_packers(const kernel_object<T>& kern, block_layout dest, int source_offset, int source_extra) {
   const kernel_object<T> plain(kern.block_m, kern.block_n, kern.block_k, kern.tile_m, kern.tile_n);
   const int ld = kern.tile_m + 5;
-  const std::vector<T> source = testing::random_values<T>(ld * kern.tile_m + source_extra, 7);
+  const std::vector<T> source = kovra_test::random_values<T>(ld * kern.tile_m + source_extra, 7);
   using packer = void (kernel_object<T>::*)(const T*, int, T*) const;
   const struct {
     const char* name;
@@ -111,7 +111,7 @@ void check_packers(const kernel_object<T>& kern, block_layout dest, int source_o
     guarded_block<T> got(kern.tile_size, dest), want(kern.tile_size, dest);
     (kern.*p.op)(source.data() + source_offset, ld, got.data());
     (plain.*p.op)(source.data() + source_offset, ld, want.data());
-    EXPECT_TRUE(testing::all_same_bits(got.around(kern.tile_size), want.around(kern.tile_size))) << p.name;
+    EXPECT_TRUE(kovra_test::all_same_bits(got.around(kern.tile_size), want.around(kern.tile_size))) << p.name;
   }
 }
 
@@ -124,22 +124,22 @@ void check_micro_kernel(const kernel_object<T>& kern, std::initializer_list<int>
                         MakePanel make_panel, block_layout c_at, Model model) {
   const int mr = kern.tile_m, nr = kern.tile_n, ldc = mr + 3;
   for (int k : steps) {
-    const auto a = make_panel(testing::random_values<T>(mr * k, 11 + k));
-    const auto b = make_panel(testing::random_values<T>(nr * k, 12 + k));
+    const auto a = make_panel(kovra_test::random_values<T>(mr * k, 11 + k));
+    const auto b = make_panel(kovra_test::random_values<T>(nr * k, 12 + k));
     const T* ap = a.template as<T>();
     const T* bp = b.template as<T>();
     for (bool clear : {false, true}) {
       guarded_block<T> c(ldc * nr, c_at);
-      const std::vector<T> old = testing::random_values<T>(ldc * nr, 13 + k);
+      const std::vector<T> old = kovra_test::random_values<T>(ldc * nr, 13 + k);
       std::vector<T> want = c.buffer;
       for (int j = 0; j < nr; ++j)
         for (int i = 0; i < mr; ++i) {
           const int at = i + j * ldc;
-          c.data()[at] = clear ? testing::nan_element<T>() : old[at];
+          c.data()[at] = clear ? kovra_test::nan_element<T>() : old[at];
           want[c.start + at] = model(k, ap, bp, i, j, old[at], clear);
         }
       kern.micro_kernel(&alpha, k, ap, bp, c.data(), ldc, clear);
-      EXPECT_TRUE(testing::all_same_bits(c.buffer, want)) << "k=" << k << " clear=" << clear;
+      EXPECT_TRUE(kovra_test::all_same_bits(c.buffer, want)) << "k=" << k << " clear=" << clear;
     }
   }
 }
@@ -164,7 +164,7 @@ template <models::accumulation Sum, typename T, typename MakePanel>
 void check_complex_micro_kernel(const kernel_object<T>& kern, std::initializer_list<int> steps, MakePanel make_panel,
                                 block_layout c_at) {
   const int mr = kern.tile_m, nr = kern.tile_n;
-  const T alpha = testing::make<T>(-1.375, 0.625);
+  const T alpha = kovra_test::make<T>(-1.375, 0.625);
   check_micro_kernel(kern, steps, alpha, make_panel, c_at,
                      [&](int k, const T* a, const T* b, int i, int j, T old, bool clear) {
                        return models::complex_end_step(models::panel_product<Sum>(k, a, mr, i, b, nr, j), alpha, old,
@@ -179,22 +179,22 @@ template <models::accumulation Sum, typename MakePanel>
 void check_alpha_factor(const kernel_object<std::complex<double>>& kern, MakePanel make_panel) {
   using T = std::complex<double>;
   const int mr = 2, nr = 2, k = 23;
-  const auto a = make_panel(testing::random_values<T>(mr * k, 51));
-  const auto b = make_panel(testing::random_values<T>(nr * k, 52));
+  const auto a = make_panel(kovra_test::random_values<T>(mr * k, 51));
+  const auto b = make_panel(kovra_test::random_values<T>(nr * k, 52));
   const struct {
     T alpha, acts_as;
   } cases[] = {{{1, 2}, {1, 2}}, {{3, 0}, {3, 0}}, {{-0.5, 0}, {-0.5, 0}}, {{2, 3}, {2, 6}}, {{0, 2}, {0, 0}}};
   for (const auto& s : cases)
     for (bool clear : {false, true}) {
-      const std::vector<T> old = testing::random_values<T>(mr * nr, 53);
-      std::vector<T> c = clear ? std::vector<T>(mr * nr, testing::nan_element<T>()) : old, want(mr * nr);
+      const std::vector<T> old = kovra_test::random_values<T>(mr * nr, 53);
+      std::vector<T> c = clear ? std::vector<T>(mr * nr, kovra_test::nan_element<T>()) : old, want(mr * nr);
       for (int j = 0; j < nr; ++j)
         for (int i = 0; i < mr; ++i) {
           const T t = models::panel_product<Sum>(k, a.template as<T>(), mr, i, b.template as<T>(), nr, j);
           want[i + j * mr] = models::textbook_product(s.acts_as, t, old[i + j * mr], clear);
         }
       kern.micro_kernel(&s.alpha, k, a.template as<T>(), b.template as<T>(), c.data(), mr, clear);
-      EXPECT_TRUE(testing::all_same_bits(c, want)) << "alpha=" << s.alpha << " clear=" << clear;
+      EXPECT_TRUE(kovra_test::all_same_bits(c, want)) << "alpha=" << s.alpha << " clear=" << clear;
     }
 }
 
@@ -203,15 +203,15 @@ void check_alpha_factor(const kernel_object<std::complex<double>>& kern, MakePan
 template <typename T, typename FusedAt> void check_axpy_stages(const kernel_object<T>& kern, FusedAt fused_at) {
   const T alpha = T(0.8125);
   for (int n : {0, 1, 2, 3, 4, 5, 15, 16, 17, 35, 71}) {
-    const std::vector<T> x = testing::random_values<T>(n + 1, 21 + n);
-    std::vector<T> y = testing::random_values<T>(n + 1, 22 + n);
-    y.push_back(testing::sentinel<T>());
+    const std::vector<T> x = kovra_test::random_values<T>(n + 1, 21 + n);
+    std::vector<T> y = kovra_test::random_values<T>(n + 1, 22 + n);
+    y.push_back(kovra_test::sentinel<T>());
     std::vector<T> want = y;
     for (int i = 1; i <= n; ++i)
       want[i] = fused_at(i - 1, n) ? std::fma(alpha, x[i], y[i])
                                    : models::multiply_add<models::accumulation::rounded>(y[i], alpha, x[i]);
     kern.axpy_kernel(n, &alpha, x.data() + 1, y.data() + 1);
-    EXPECT_TRUE(testing::all_same_bits(y, want)) << "n=" << n;
+    EXPECT_TRUE(kovra_test::all_same_bits(y, want)) << "n=" << n;
   }
 }
 
@@ -221,14 +221,14 @@ template <typename T> void check_scal(const kernel_object<T>& kern) {
   const T inf = std::numeric_limits<T>::infinity();
   for (T alpha : {T(-2.75), T(0), T(-0.0)}) {
     for (int n : {0, 1, 3, 4, 5, 15, 16, 17, 38}) {
-      std::vector<T> x = testing::random_values<T>(n + 1, 31 + n);
+      std::vector<T> x = kovra_test::random_values<T>(n + 1, 31 + n);
       for (int i = 1; i <= n; i += 3) x[i] = alpha == 0 ? std::numeric_limits<T>::quiet_NaN() : x[i];
       if (alpha == 0 && n > 1) x[2] = -inf;
-      x.push_back(testing::sentinel<T>());
+      x.push_back(kovra_test::sentinel<T>());
       std::vector<T> want = x;
       for (int i = 1; i <= n; ++i) want[i] = alpha == 0 ? T(0) : x[i] * alpha;
       kern.scal_kernel(n, &alpha, x.data() + 1);
-      EXPECT_TRUE(testing::all_same_bits(x, want)) << "alpha=" << alpha << " n=" << n;
+      EXPECT_TRUE(kovra_test::all_same_bits(x, want)) << "alpha=" << alpha << " n=" << n;
     }
   }
 }
@@ -248,17 +248,17 @@ void check_gemm(const std::shared_ptr<kernel_object<T>>& kernel, std::initialize
   for (const auto& s : shapes)
     for (T alpha : alphas)
       for (T beta : betas) {
-        testing::gemm_case<T> run(s.transa, s.transb, s.m, s.n, s.k, 3);
-        if (beta == T(0)) run.c.fill(testing::nan_element<T>());
-        testing::gemm_case<T> other = run;
-        const auto want = testing::reference_gemm(s.transa, s.transb, s.m, s.n, s.k, alpha, run.a, run.b, beta, run.c);
+        kovra_test::gemm_case<T> run(s.transa, s.transb, s.m, s.n, s.k, 3);
+        if (beta == T(0)) run.c.fill(kovra_test::nan_element<T>());
+        kovra_test::gemm_case<T> other = run;
+        const auto want = kovra_test::reference_gemm(s.transa, s.transb, s.m, s.n, s.k, alpha, run.a, run.b, beta, run.c);
         run.run_on(kernel, alpha, beta);
-        EXPECT_TRUE(testing::matches(want, run.c))
+        EXPECT_TRUE(kovra_test::matches(want, run.c))
             << s.transa << s.transb << " m=" << s.m << " alpha=" << alpha << " beta=" << beta;
         EXPECT_TRUE(run.c.guards_intact());
         if (also) {
           other.run_on(also, alpha, beta);
-          EXPECT_TRUE(testing::matches(want, other.c))
+          EXPECT_TRUE(kovra_test::matches(want, other.c))
               << "other kernel " << s.transa << s.transb << " m=" << s.m << " alpha=" << alpha << " beta=" << beta;
         }
       }
@@ -268,7 +268,7 @@ void check_gemm(const std::shared_ptr<kernel_object<T>>& kernel, std::initialize
 // transpose, a clearing and an accumulating beta. complex<double> takes only the alphas it scales by
 // exactly.
 template <typename T> void check_complex_gemm(const std::shared_ptr<kernel_object<T>>& kernel) {
-  using testing::make;
+  using kovra_test::make;
   const bool exact_alpha_only = sizeof(T) == 16;
   check_gemm<T>(kernel,
                 {{'N', 'N', 37, 29, 131}, {'T', 'C', 21, 33, 65}, {'C', 'N', 19, 40, 9}, {'N', 'T', 30, 17, 130},

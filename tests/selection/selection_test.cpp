@@ -24,6 +24,7 @@
 #if KOVRA_ARM32
 #include <sys/auxv.h>
 
+#include "kernels/neon/kernel_neon_fma.h"
 #include "kernels/neon/kernel_neon_fma_scalar_complex.h"
 #include "kernels/neon/kernel_neon_mla_complex.h"
 #endif
