@@ -32,8 +32,6 @@ template <typename T> constexpr block_layout misaligned{64 / sizeof(T), 32, 1};
 // C by itself, its rows between columns holding the sentinel.
 constexpr block_layout bare{0, 1, 0};
 
-TYPED_TEST(fma_kernel, blocking_numbers) { check_blocking(*this->kernel, 128, sizeof(TypeParam) == 4 ? 8 : 4, 4); }
-
 // From a source with element alignment only.
 TYPED_TEST(fma_kernel, packers_match_the_default_bodies) {
   check_packers(*this->kernel, misaligned<TypeParam>, 1, 1);

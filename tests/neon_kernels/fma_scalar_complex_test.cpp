@@ -38,10 +38,6 @@ template <typename T> guarded_block<T> aligned_panel(const std::vector<T>& value
 // C by itself, its rows between columns holding the sentinel.
 constexpr block_layout bare{0, 1, 0};
 
-TYPED_TEST(fma_scalar_complex_kernel, blocking_numbers) {
-  check_blocking(*this->kernel, 64, sizeof(TypeParam) == 8 ? 4 : 2, 2);
-}
-
 // Step counts for the singles (k mod 4) and the groups of four.
 TYPED_TEST(fma_scalar_complex_kernel, micro_kernel_matches_its_arithmetic) {
   check_complex_micro_kernel<accumulation::fused>(*this->kernel, {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 17, 63, 64},

@@ -38,10 +38,6 @@ template <typename T> constexpr block_layout aligned{32 / sizeof(T), 32, 0};
 // C by itself, its rows between columns holding the sentinel.
 constexpr block_layout bare{0, 1, 0};
 
-TYPED_TEST(fma_scalar_kernel, blocking_numbers) {
-  check_blocking(*this->kernel, 128, sizeof(TypeParam) == 4 ? 8 : 4, 4);
-}
-
 TYPED_TEST(fma_scalar_kernel, packers_match_the_default_bodies) {
   check_packers(*this->kernel, aligned<TypeParam>, 0, 0);
 }

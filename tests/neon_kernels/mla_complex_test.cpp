@@ -35,10 +35,6 @@ template <typename T> guarded_block<real_t<T>> misaligned_panel(const std::vecto
 // C one element into its buffer, its rows between columns holding the sentinel.
 constexpr block_layout one_in{0, 1, 1};
 
-TYPED_TEST(mla_complex_kernel, blocking_numbers) {
-  check_blocking(*this->kernel, 64, sizeof(TypeParam) == 8 ? 4 : 2, 2);
-}
-
 // Step counts for the singles (k mod 4) and the groups of four, on panels and C off every vector
 // boundary.
 TYPED_TEST(mla_complex_kernel, micro_kernel_matches_its_arithmetic) {

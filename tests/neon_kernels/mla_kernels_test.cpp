@@ -29,10 +29,6 @@ TYPED_TEST_SUITE(mla_kernel, real_types);
 // tile steps either side.
 constexpr block_layout misaligned{3 * 8, 16, 1};
 
-TYPED_TEST(mla_kernel, blocking_numbers) {
-  check_blocking(*this->kernel, 128, sizeof(TypeParam) == 4 ? 8 : 4, 4);
-}
-
 // The packers write to a destination with element alignment only.
 TYPED_TEST(mla_kernel, packers_match_the_default_bodies) { check_packers(*this->kernel, misaligned, 1, 0); }
 

@@ -1,6 +1,6 @@
 // Scaffolding shared by the NEON kernel tests: the VFPv4 check for the kernels built with it, panels and
 // C blocks inside sentinel padding at a chosen misalignment, and the checks every kernel goes through
-// (blocking numbers, packers against the default bodies, micro kernels against a scalar model, the
+// (packers against the default bodies, micro kernels against a scalar model, the
 // level-1 bodies, whole products through the task path against the reference).
 //
 // NEON flushes subnormals and returns the default NaN, unlike the scalar models; the inputs stay clear
@@ -76,19 +76,6 @@ template <typename T> guarded_block<real_t<T>> interleaved_block(const std::vect
     block.data()[2 * i + 1] = values[i].imag();
   }
   return block;
-}
-
-// The blocking numbers every NEON kernel shares, with its own depth block and tile.
-template <typename T> void check_blocking(const kernel_object<T>& kern, int block_k, int tile_m, int tile_n) {
-  const bool single = sizeof(real_t<T>) == 4;
-  EXPECT_EQ(kern.block_m, 512);
-  EXPECT_EQ(kern.block_n, single ? 12 : 32);
-  EXPECT_EQ(kern.block_k, block_k);
-  EXPECT_EQ(kern.tile_m, tile_m);
-  EXPECT_EQ(kern.tile_n, tile_n);
-  EXPECT_EQ(kern.tile_size, kern.tile_m * kern.tile_n);
-  EXPECT_EQ(kern.reserved_hint, single ? 16 : 32);
-  EXPECT_EQ(kern.a_block_slack, 0);
 }
 
 // Each packer writes the bytes of the default body with the same tiles, and nothing around them, to a
