@@ -6,8 +6,8 @@
 #include "interface/enums.h"
 #include "kovra/cblas.h"
 #include "kovra/fortran.h"
-#include "parallel/blas/row_major.h"
 #include "parallel/blas/level2/gbmv.h"
+#include "parallel/blas/row_major.h"
 
 namespace {
 
