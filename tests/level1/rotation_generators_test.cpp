@@ -29,7 +29,8 @@ TYPED_TEST(Generators, RotgSignsAndZ) {
     R a, b, r, c, s, z;
   };
   const rotg_case cases[] = {
-      {0, 0, 0, 1, 0, 0}, {3, 4, 5, 0.6, 0.8, R(1) / R(0.6)}, {-4, 3, -5, 0.8, -0.6, -0.6}, {-0.0, -2, -2, 0, 1, 1}};
+      {0, 0, 0, 1, 0, 0},         {3, 4, 5, 0.6, 0.8, R(1) / R(0.6)}, {-4, 3, -5, 0.8, -0.6, -0.6},
+      {-0.0, -2, -2, 0, 1, 1},    {R(0.3), R(0.4), R(0.5), R(0.6), R(0.8), R(1) / R(0.6)}};
   const R tol = 8 * std::numeric_limits<R>::epsilon();
   for (const auto& t : cases) {
     SCOPED_TRACE(::testing::Message() << "a=" << t.a << " b=" << t.b);

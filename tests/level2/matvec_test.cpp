@@ -115,6 +115,7 @@ TYPED_TEST(Matvec, ScalarsAndZerosKeepNaNOut) {
           matvec_case<T> empty('T', 0, s.second, 1, incy, 3, k[0], k[1]);
           for (int i = 0; i < s.second; ++i) empty.y[i] = sentinel<T>();
           empty.run(make<T>(1), make<T>(0));
+          empty.run(make<T>(1), make<T>(0), true);
           EXPECT_TRUE(all_sentinels(empty.y.logical()));
         }
 }
