@@ -76,23 +76,14 @@ using cdouble = std::complex<double>;
 // The real loop's tile, in doubles: an A step is 2 complex rows, a B step 2 complex columns.
 static_assert(mla_blocking<cdouble>::value.tile_m * 2 == neon_double::mr &&
               mla_blocking<cdouble>::value.tile_n * 2 == neon_double::nr);
-static_assert(sizeof(cdouble) == 2 * sizeof(double), "panels are interleaved real and imaginary parts");
 
 }  // namespace
 
-// C (columns ldc apart) = alpha' * A_panel * B_panel, or C + that, where alpha' = alpha.re * (1 + i
-// alpha.im): the end step scales both parts of the sum by alpha.re first and multiplies those scaled
-// values by alpha.im. The sums accumulate from +0 with one rounded product and one add per term, A one
-// step ahead in two quadruples of registers (A step k is read and not used), k mod 4 single steps, then
-// groups of four; nothing is prefetched.
+// The complex<double> loop of neon_double_tile.h with one rounded product and one add per term.
 template <>
 void kernel_neon_mla<cdouble>::micro_kernel(const cdouble* alpha, int k, const cdouble* a, const cdouble* b,
                                             cdouble* c, int ldc, bool clear) const {
-  double acc[neon_double::nr][neon_double::mr] = {};
-  const double* ap = reinterpret_cast<const double*>(a);
-  const double* bp = reinterpret_cast<const double*>(b);
-  neon_double::tile_product<neon_double::rounded_term>(acc, k, ap, bp);
-  neon_double::store_complex_tile(acc, alpha, c, ldc, clear);
+  neon_double::complex_micro_kernel<neon_double::rounded_term>(alpha, k, a, b, c, ldc, clear);
 }
 
 template <> std::shared_ptr<kernel_object<cdouble>> make_kernel_neon_mla<cdouble>() {

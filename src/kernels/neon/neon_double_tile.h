@@ -106,6 +106,21 @@ inline void store_complex_tile(const double acc[nr][mr], const std::complex<doub
   }
 }
 
+// The complex<double> micro kernel: the 4 by 4 loop by Term on the interleaved parts of 2 by 2 complex
+// panels (an A step is 2 complex rows, a B step 2 complex columns), then the end step above. So the
+// factor is alpha' = alpha.re * (1 + i alpha.im), and the sums accumulate from +0, A one step ahead in
+// two quadruples of registers (A step k is read and not used), k mod 4 single steps, then groups of four.
+static_assert(sizeof(std::complex<double>) == 2 * sizeof(double), "panels are interleaved real and imaginary parts");
+
+template <class Term>
+[[gnu::always_inline]] inline void complex_micro_kernel(const std::complex<double>* alpha, int k,
+                                                        const std::complex<double>* a, const std::complex<double>* b,
+                                                        std::complex<double>* c, int ldc, bool clear) {
+  double acc[nr][mr] = {};
+  tile_product<Term>(acc, k, reinterpret_cast<const double*>(a), reinterpret_cast<const double*>(b));
+  store_complex_tile(acc, alpha, c, ldc, clear);
+}
+
 }  // namespace
 }  // namespace kovra::kernels::neon_double
 
