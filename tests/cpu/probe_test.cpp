@@ -1,5 +1,7 @@
 // The probe's steps over an invented system: where the capability word comes from, how it becomes
 // features, the architecture and id rules, and what a processor other than 32-bit ARM reports.
+#include "cpu/probe.h"
+
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -9,7 +11,6 @@
 #include <string>
 #include <utility>
 
-#include "cpu/probe.h"
 #include "kovra/cpu_features.h"
 
 namespace {
@@ -62,32 +63,29 @@ constexpr std::uint64_t vfpv4_neon_features = ARM_FEATURE_ARMv7 | ARM_FEATURE_VF
                                               ARM_FEATURE_VFPv2 | ARM_FEATURE_VFP_D32 | ARM_FEATURE_VFP_FP16 |
                                               ARM_FEATURE_VFP_FMA | ARM_FEATURE_NEON_FMA;
 
-TEST(probe_text, FeatureWordsWhenNoCapabilityWordIsFound) {
-  EXPECT_EQ(features_of("CPU architecture: 7\nFeatures\t: swp half vfp edsp neon vfpv3 tls vfpv4\n"),
-            vfpv4_neon_features | ARM_FEATURE_LDREX_STREX);
-  // vfpv3d16 alone brings VFPv2 and ARMv7 with VFPv3, but no 32 registers.
-  EXPECT_EQ(features_of("Features\t: vfpv3d16\n"), ARM_FEATURE_VFPv3 | ARM_FEATURE_VFPv2 | ARM_FEATURE_ARMv7);
-  EXPECT_EQ(features_of("Features\t: idiv iwmmxt\n"),
-            ARM_FEATURE_IDIV_ARM | ARM_FEATURE_IDIV_THUMB2 | ARM_FEATURE_IWMMXT);
-  // From architecture 8 on, the words are not read: the full ARMv7 set with division is assumed.
-  EXPECT_EQ(features_of("CPU architecture: 8\nFeatures\t: iwmmxt\n"),
-            vfpv4_neon_features | ARM_FEATURE_LDREX_STREX | ARM_FEATURE_IDIV_ARM | ARM_FEATURE_IDIV_THUMB2);
-}
-
-TEST(probe_text, ArchitectureField) {
-  EXPECT_EQ(features_of("CPU architecture: 7\n"), ARM_FEATURE_ARMv7 | ARM_FEATURE_LDREX_STREX);
-  EXPECT_EQ(features_of("CPU architecture: 6TEJ\n"), ARM_FEATURE_LDREX_STREX);
-  EXPECT_EQ(features_of("CPU architecture: 5\n"), 0u);
-  EXPECT_EQ(features_of("CPU architecture: AArch64\n"), 0u);
+// With no capability word the feature words are read; vfpv3d16 alone brings VFPv2 and ARMv7 with VFPv3,
+// but no 32 registers; from architecture 8 on, the words are not read and the full ARMv7 set with
+// division is assumed; VFP counts as VFPv3 only on a processor already known as ARMv7.
+TEST(Probe, FeaturesFromTheText) {
   const std::string v6 = "Processor\t: ARMv6-compatible processor rev 7 (v6l)\nCPU architecture: 7\n";
-  EXPECT_EQ(features_of(v6), ARM_FEATURE_LDREX_STREX);
-  // VFP counts as VFPv3 only on a processor already known as ARMv7.
-  EXPECT_EQ(features_of(v6 + "Features\t: vfp\n"), ARM_FEATURE_LDREX_STREX | ARM_FEATURE_VFPv2);
-  EXPECT_EQ(features_of("CPU architecture: 7\nFeatures\t: vfp\n"),
-            ARM_FEATURE_ARMv7 | ARM_FEATURE_LDREX_STREX | ARM_FEATURE_VFPv3 | ARM_FEATURE_VFPv2);
+  const std::uint64_t ldrex = ARM_FEATURE_LDREX_STREX, v7 = ARM_FEATURE_ARMv7, v2 = ARM_FEATURE_VFPv2;
+  const std::pair<std::string, std::uint64_t> rows[] = {
+      {"CPU architecture: 7\nFeatures\t: swp half vfp edsp neon vfpv3 tls vfpv4\n", vfpv4_neon_features | ldrex},
+      {"Features\t: vfpv3d16\n", ARM_FEATURE_VFPv3 | v2 | v7},
+      {"Features\t: idiv iwmmxt\n", ARM_FEATURE_IDIV_ARM | ARM_FEATURE_IDIV_THUMB2 | ARM_FEATURE_IWMMXT},
+      {"CPU architecture: 8\nFeatures\t: iwmmxt\n",
+       vfpv4_neon_features | ldrex | ARM_FEATURE_IDIV_ARM | ARM_FEATURE_IDIV_THUMB2},
+      {"CPU architecture: 7\n", v7 | ldrex},
+      {"CPU architecture: 6TEJ\n", ldrex},
+      {"CPU architecture: 5\n", 0},
+      {"CPU architecture: AArch64\n", 0},
+      {v6, ldrex},
+      {v6 + "Features\t: vfp\n", ldrex | v2},
+      {"CPU architecture: 7\nFeatures\t: vfp\n", v7 | ldrex | ARM_FEATURE_VFPv3 | v2}};
+  for (const auto& [text, features] : rows) EXPECT_EQ(features_of(text), features) << text;
 }
 
-TEST(probe_capability_word, GetauxvalThenAuxvThenText) {
+TEST(Probe, GetauxvalThenAuxvThenText) {
   fake_source source;
   source.cpuinfo_text = "Features\t: iwmmxt\n";
   source.auxv_contents = auxv_of({{6, 4096}, {16, hwcap::vfp | hwcap::vfpv3d16}, {0, 0}});
@@ -99,14 +97,14 @@ TEST(probe_capability_word, GetauxvalThenAuxvThenText) {
   EXPECT_EQ(run_probe(source, true).features, ARM_FEATURE_VFPv3 | ARM_FEATURE_VFPv2 | ARM_FEATURE_ARMv7);
 
   // A zero word of type 16, or the end marker before it, sends the probe on to the text.
-  for (const std::string& auxv : {auxv_of({{16, 0}, {16, hwcap::neon}}), auxv_of({{6, 4096}, {0, 0}, {16, hwcap::neon}}),
-                                  auxv_of({{6, 4096}}) + "\x10"}) {
+  for (const std::string& auxv : {auxv_of({{16, 0}, {16, hwcap::neon}}),
+                                  auxv_of({{6, 4096}, {0, 0}, {16, hwcap::neon}}), auxv_of({{6, 4096}}) + "\x10"}) {
     source.auxv_contents = auxv;
     EXPECT_EQ(run_probe(source, true).features, ARM_FEATURE_IWMMXT);
   }
 }
 
-TEST(probe_capability_word, SecondWordGivesTheCryptoBits) {
+TEST(Probe, SecondWordGivesTheCryptoBits) {
   fake_source source;
   source.auxval[at_hwcap2] = 0x3f;
   EXPECT_EQ(run_probe(source, true).features,
@@ -115,7 +113,7 @@ TEST(probe_capability_word, SecondWordGivesTheCryptoBits) {
   EXPECT_EQ(run_probe(source, true).features, ARM_FEATURE_PMULL | ARM_FEATURE_CRC32);
 }
 
-TEST(probe_capability_word, TranslatorMeansNoGetauxval) {
+TEST(Probe, TranslatorMeansNoGetauxval) {
   fake_source source;
   source.translator = true;
   source.auxval = {{at_hwcap, hwcap::vfpv4 | hwcap::neon}, {at_hwcap2, 0x1f}};
@@ -124,7 +122,7 @@ TEST(probe_capability_word, TranslatorMeansNoGetauxval) {
   EXPECT_EQ(source.getauxval_calls, 0);
 }
 
-TEST(probe_id, PackedIdAndTheRulesThatReadIt) {
+TEST(Probe, PackedIdAndTheRulesThatReadIt) {
   fake_source source;
   source.cpuinfo_text = "CPU implementer\t: 0x51\nCPU variant\t: 0x0\nCPU part\t: 0x06f\nCPU revision\t: 3\n";
   cpu_state state = run_probe(source, true);
@@ -138,38 +136,31 @@ TEST(probe_id, PackedIdAndTheRulesThatReadIt) {
   state = run_probe(source, true);
   EXPECT_EQ(state.cpu_id, 0x4100c080u);
   EXPECT_EQ(state.features, ARM_FEATURE_IDIV_ARM);
-  for (const std::string& other : {a8 + "Hardware\t: Goldfish board\n", a8 + "CPU variant\t: 1\nHardware\t: Goldfish\n"}) {
+  for (const std::string& other :
+       {a8 + "Hardware\t: Goldfish board\n", a8 + "CPU variant\t: 1\nHardware\t: Goldfish\n"}) {
     source.cpuinfo_text = other;
     EXPECT_EQ(run_probe(source, true).features, 0u) << other;
   }
 }
 
-TEST(probe_defaults, UnreadableCpuinfoLeavesEveryDefault) {
+TEST(Probe, UnreadableCpuinfoLeavesEveryDefault) {
   fake_source source;
   source.cpuinfo_text.reset();
   source.auxval[at_hwcap] = hwcap::neon;
   const cpu_state state = run_probe(source, true);
-  EXPECT_EQ(state.family, 1);
-  EXPECT_EQ(state.count, 1);
-  EXPECT_EQ(state.features, 0u);
-  EXPECT_EQ(source.getauxval_calls, 0);
+  EXPECT_TRUE(state.family == 1 && state.count == 1 && state.features == 0u && source.getauxval_calls == 0);
 }
 
-TEST(probe_defaults, OtherProcessorsReportTheCountOnly) {
+TEST(Probe, OtherProcessorsReportTheCountOnly) {
   fake_source source;
   source.cpuinfo_text = "CPU architecture: 8\nFeatures\t: neon vfpv4\nCPU implementer\t: 0x41\n";
   source.auxval = {{at_hwcap, hwcap::vfpv4 | hwcap::neon}, {at_hwcap2, 0x1f}};
   source.auxv_contents = auxv_of({{16, hwcap::neon}});
   cpu_state state = run_probe(source, false);
-  EXPECT_EQ(state.family, 1);
-  EXPECT_EQ(state.count, 4);
-  EXPECT_EQ(state.features, 0u);
-  EXPECT_EQ(state.cpu_id, 0u);
+  EXPECT_TRUE(state.family == 1 && state.count == 4 && state.features == 0u && state.cpu_id == 0u);
   EXPECT_EQ(source.getauxval_calls, 0);
-
   state = run_probe(source, true);
-  EXPECT_EQ(state.count, 4);
-  EXPECT_EQ(state.cpu_id, 0x41000000u);
+  EXPECT_TRUE(state.count == 4 && state.cpu_id == 0x41000000u);
 }
 
 }  // namespace

@@ -1,21 +1,21 @@
 // Helpers of the runtime tests: a task that runs a function, launches built the way the library's
-// launchers build them, and loop counts scaled down for slow hosts. Worker counts for a scope come from
-// the shared support (worker_scope.h).
+// launchers build them, and loop counts scaled down for slow hosts.
 #pragma once
+
+#include <vesk/runtime.h>
+#include <vesk/task.h>
 
 #include <cstdlib>
 #include <functional>
 #include <new>
 #include <utility>
 
-#include <vesk/runtime.h>
-#include <vesk/task.h>
-
 #include "support/worker_scope.h"
 
 namespace vesk_test {
 
 using kovra_test::worker_scope;
+using vesk::internal::group_ptr;
 
 class function_task final : public vesk::internal::task {
  public:
@@ -28,7 +28,7 @@ class function_task final : public vesk::internal::task {
 
 // Counts, allocates, constructs and sends one task; false if its memory could not be had (the count is
 // then taken back).
-inline bool send(vesk::internal::group_ptr& group, std::function<void()> body) {
+inline bool send(group_ptr& group, std::function<void()> body) {
   group->add_task();
   void* memory = vesk::internal::task_allocator::allocate(sizeof(function_task));
   if (memory == nullptr) {
@@ -41,13 +41,12 @@ inline bool send(vesk::internal::group_ptr& group, std::function<void()> body) {
 
 // `count` tasks running `body` in a new group, and the wait for them.
 inline void launch(int count, const std::function<void()>& body) {
-  auto group = vesk::internal::group_ptr::create();
+  auto group = group_ptr::create();
   for (int i = 0; i < count; ++i) send(group, body);
   group->wait();
 }
 
-// Loop counts of the heavier tests, divided by KOVRA_TEST_SCALE_DOWN (a positive integer) where the
-// tests run under emulation.
+// Loop counts of the heavier tests, divided by KOVRA_TEST_SCALE_DOWN where the tests run under emulation.
 inline int scaled(int count) {
   const char* text = std::getenv("KOVRA_TEST_SCALE_DOWN");
   const int divisor = text != nullptr ? std::atoi(text) : 1;

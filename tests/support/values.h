@@ -1,6 +1,6 @@
-// Test values for all four element types: building elements from parts, sentinels, random fills, the
-// products and sums as written, and element-wise comparison of results, bit for bit or within a
-// tolerance.
+// Test values for the four element types: the type list, elements from their parts, sentinels, random
+// fills, the product and sum as written, element-wise comparison, bit for bit or within a tolerance, and
+// the standard-error reports of the library.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -12,6 +12,7 @@
 #include <limits>
 #include <random>
 #include <sstream>
+#include <string>
 #include <vector>
 
 #include "helper/helper.h"
@@ -35,68 +36,52 @@ using kovra::is_complex_v;
 using kovra::real_t;
 using kovra::serial_cutoff;
 
-// Deterministic values in [-2, 2) with full mantissas (splitmix64), so that a different order or
-// grouping of the arithmetic shows in the last bits.
-class value_source {
- public:
-  explicit value_source(std::uint64_t seed) : state_(seed) {}
-
-  template <typename T> T next() {
-    if constexpr (is_complex_v<T>) {
-      using R = real_t<T>;
-      const R re = next<R>();
-      return T(re, next<R>());
-    } else {
-      return static_cast<T>(static_cast<double>(next_bits() >> 11) * 0x1p-53 * 4.0 - 2.0);
-    }
+using element_types = ::testing::Types<float, double, std::complex<float>, std::complex<double>>;
+struct element_type_names {
+  template <typename T>
+  static std::string GetName(int) {
+    const std::string part = std::is_same_v<real_t<T>, float> ? "float" : "double";
+    return is_complex_v<T> ? "complex_" + part : part;
   }
-
-  template <typename T> std::vector<T> vector(std::size_t n) {
-    std::vector<T> v(n);
-    for (T& x : v) x = next<T>();
-    return v;
-  }
-
- private:
-  std::uint64_t next_bits() {
-    std::uint64_t z = (state_ += 0x9e3779b97f4a7c15ull);
-    z = (z ^ (z >> 30)) * 0xbf58476d1ce4e5b9ull;
-    z = (z ^ (z >> 27)) * 0x94d049bb133111ebull;
-    return z ^ (z >> 31);
-  }
-  std::uint64_t state_;
 };
 
+// An element from its parts; a real type drops the imaginary part.
+template <typename T>
+T make(double re, double im = 0) {
+  if constexpr (is_complex_v<T>)
+    return T(static_cast<real_t<T>>(re), static_cast<real_t<T>>(im));
+  else
+    return static_cast<T>(re);
+}
+
 // The product as written, for finite operands: (ac - bd, ad + bc) with each operation rounded. The
-// products go through volatile because GCC's vectorizer recognises this very pattern and emits fused
-// multiply-add-subtract instructions for it, -ffp-contract=off notwithstanding.
-template <typename T> T plain_mul(const T& x, const T& y) {
+// products go through volatile because GCC's vectorizer turns this very pattern into fused
+// multiply-add-subtract instructions, -ffp-contract=off notwithstanding.
+template <typename T>
+T plain_mul(const T& x, const T& y) {
   if constexpr (is_complex_v<T>) {
-    using R = real_t<T>;
-    const volatile R ac = x.real() * y.real(), bd = x.imag() * y.imag();
-    const volatile R ad = x.real() * y.imag(), bc = x.imag() * y.real();
+    const volatile real_t<T> ac = x.real() * y.real(), bd = x.imag() * y.imag();
+    const volatile real_t<T> ad = x.real() * y.imag(), bc = x.imag() * y.real();
     return T(ac - bd, ad + bc);
   } else {
     return x * y;
   }
 }
 
-template <typename T> T plain_add(const T& x, const T& y) {
-  if constexpr (is_complex_v<T>) return T(x.real() + y.real(), x.imag() + y.imag());
-  else return x + y;
-}
-
-template <typename T> T conj_of(const T& v) {
-  if constexpr (is_complex_v<T>) return T(v.real(), -v.imag());
-  else return v;
-}
-
-// An element from its parts; a real type drops the imaginary part.
 template <typename T>
-T make(double re, double im = 0) {
-  using R = real_t<T>;
-  if constexpr (is_complex_v<T>) return T(static_cast<R>(re), static_cast<R>(im));
-  else return static_cast<T>(re);
+T plain_add(const T& x, const T& y) {
+  if constexpr (is_complex_v<T>)
+    return T(x.real() + y.real(), x.imag() + y.imag());
+  else
+    return x + y;
+}
+
+template <typename T>
+T conj_of(const T& v) {
+  if constexpr (is_complex_v<T>)
+    return T(v.real(), -v.imag());
+  else
+    return v;
 }
 
 template <typename T>
@@ -104,27 +89,27 @@ bool same_bits(const T& a, const T& b) {
   return std::memcmp(&a, &b, sizeof(T)) == 0;
 }
 
-// A quiet NaN with a payload that no arithmetic produces: a position holding exactly these bits after
-// a call was not written by it.
+// A quiet NaN with a payload that no arithmetic produces: a position holding exactly these bits after a
+// call was not written by it.
 template <typename T>
 T sentinel() {
-  using R = real_t<T>;
-  R part;
-  if constexpr (sizeof(R) == 4) {
+  real_t<T> part;
+  if constexpr (sizeof(part) == 4) {
     const std::uint32_t bits = 0x7fc0a5a5u;
     std::memcpy(&part, &bits, sizeof part);
   } else {
     const std::uint64_t bits = 0x7ff8a5a5a5a5a5a5ull;
     std::memcpy(&part, &bits, sizeof part);
   }
-  if constexpr (is_complex_v<T>) return T(part, part);
-  else return part;
+  if constexpr (is_complex_v<T>)
+    return T(part, part);
+  else
+    return part;
 }
 
 template <typename T>
 T nan_element() {
-  const double nan = std::numeric_limits<double>::quiet_NaN();
-  return make<T>(nan, nan);
+  return make<T>(NAN, NAN);
 }
 
 template <typename T>
@@ -177,6 +162,20 @@ template <typename T>
                                            << describe(expected[i]) << " within " << tolerance;
   }
   return ::testing::AssertionSuccess();
+}
+
+// The report of a bad argument: `family` with its trailing blank ("GEMM "), position one-based.
+inline std::string report(const char* family, int position) {
+  return std::string("** KOVRA Error!  On Entry to ") + family + " parameter number " + std::to_string(position) +
+         " had an illegal value!\n";
+}
+
+// What `call()` wrote to standard error.
+template <typename Call>
+std::string stderr_of(Call&& call) {
+  ::testing::internal::CaptureStderr();
+  call();
+  return ::testing::internal::GetCapturedStderr();
 }
 
 }  // namespace kovra_test

@@ -9,7 +9,7 @@
 #include <vesk/testing.h>
 
 #include "parallel/blas/level3/gemm.h"
-#include "support/worker_scope.h"
+#include "support/cases.h"
 #include "threading/launch.h"
 
 namespace {
