@@ -1,6 +1,5 @@
-// The helpers every routine rests on: the predicates of the quick returns, the full complex product and
-// Smith's quotient with their recoveries of NaN results, the aligned blocks, the two reporters' texts and
-// the scratch plan of the matrix products.
+// The helpers every routine rests on: the full complex product and Smith's quotient with their recoveries of
+// NaN results, the aligned blocks and the two reporters' texts.
 #include "helper/helper.h"
 
 #include <gtest/gtest.h>
@@ -16,24 +15,11 @@
 #include "error/error.h"
 #include "helper/aligned.h"
 #include "helper/complex_arith.h"
-#include "helper/scratch_plan.h"
 #include "support/cases.h"
 #include "support/values.h"
 
 namespace kovra_test {
 namespace {
-
-TEST(Helper, ConjugationZeroAndOne) {
-  EXPECT_EQ(helper::CONJG(true, std::complex<double>(1.5, -2.25)), std::complex<double>(1.5, 2.25));
-  EXPECT_EQ(helper::CONJG(false, std::complex<float>(1.5, -2.25)), std::complex<float>(1.5, -2.25));
-  EXPECT_TRUE(std::signbit(helper::CONJG(true, std::complex<float>(3, 0)).imag()) &&
-              std::signbit(helper::CONJG(true, -0.0)));
-  EXPECT_TRUE(helper::is_zero(-0.0) && helper::is_zero(std::complex<float>(0.0f, -0.0f)));
-  EXPECT_FALSE(helper::is_zero(std::numeric_limits<float>::denorm_min()) || helper::is_zero(std::nan("")) ||
-               helper::is_zero(std::complex<double>(0.0, 1e-300)));
-  EXPECT_TRUE(helper::is_one(std::complex<double>(1.0, -0.0)));
-  EXPECT_FALSE(helper::is_one(std::complex<double>(1.0, 1e-300)) || helper::is_one(1.0f + FLT_EPSILON));
-}
 
 template <typename R>
 class ComplexArith : public testing::Test {};
@@ -56,31 +42,19 @@ TYPED_TEST(ComplexArith, ProductsAndQuotients) {
     C x, y;
     R re, im;
   };
-  const row rows[] = {{false, {1, 2}, {3, 4}, -5, 10},
-                      {false, {x, x}, {x, x}, 0, x * x + x * x},
-                      {false, {inf, inf}, {1, 0}, inf, inf},
-                      {false, {inf, nan}, {2, 3}, inf, inf},
-                      {false, {2, 3}, {-inf, nan}, -inf, -inf},
-                      {false, {-inf, 0}, {nan, 1}, nan, -inf},
-                      {false, {inf, nan}, {inf, nan}, inf, nan},
-                      {false, {2 * big, nan}, {2 * big, 1}, inf, inf},
-                      {false, {nan, 1}, {1, 1}, nan, nan},
-                      {false, {inf, 0}, {1, 0}, inf, nan},
-                      {true, {5, 5}, {1, 2}, 3, -1},
-                      {true, {5, 5}, {2, 1}, 3, 1},
-                      {true, {0, z}, {1, -1}, 0, 0},
-                      {true, {big, big}, {big, big}, 1, 0},
-                      {true, {big, -big}, {-big, -big}, z, 1},
-                      {true, {1, -2}, {0, 0}, inf, -inf},
-                      {true, {1, -2}, {z, 0}, -inf, inf},
-                      {true, {nan, 1}, {0, 0}, nan, inf},
-                      {true, {0, 0}, {0, 0}, nan, nan},
-                      {true, {inf, nan}, {1, 1}, inf, -inf},
-                      {true, {-inf, inf}, {0, 2}, inf, inf},
-                      {true, {1, 1}, {inf, inf}, 0, 0},
-                      {true, {2, 1}, {-inf, inf}, z, z},
-                      {true, {inf, 0}, {inf, 0}, nan, nan},
-                      {true, {inf, 0}, {1, 0}, inf, nan}};
+  // clang-format off
+  const row rows[] = {
+      {false, {1, 2}, {3, 4}, -5, 10}, {false, {x, x}, {x, x}, 0, x * x + x * x},
+      {false, {inf, inf}, {1, 0}, inf, inf}, {false, {inf, nan}, {2, 3}, inf, inf},
+      {false, {2, 3}, {-inf, nan}, -inf, -inf}, {false, {-inf, 0}, {nan, 1}, nan, -inf},
+      {false, {inf, nan}, {inf, nan}, inf, nan}, {false, {2 * big, nan}, {2 * big, 1}, inf, inf},
+      {false, {nan, 1}, {1, 1}, nan, nan}, {false, {inf, 0}, {1, 0}, inf, nan}, {true, {5, 5}, {1, 2}, 3, -1},
+      {true, {5, 5}, {2, 1}, 3, 1}, {true, {0, z}, {1, -1}, 0, 0}, {true, {big, big}, {big, big}, 1, 0},
+      {true, {big, -big}, {-big, -big}, z, 1}, {true, {1, -2}, {0, 0}, inf, -inf}, {true, {1, -2}, {z, 0}, -inf, inf},
+      {true, {nan, 1}, {0, 0}, nan, inf}, {true, {0, 0}, {0, 0}, nan, nan}, {true, {inf, nan}, {1, 1}, inf, -inf},
+      {true, {-inf, inf}, {0, 2}, inf, inf}, {true, {1, 1}, {inf, inf}, 0, 0}, {true, {2, 1}, {-inf, inf}, z, z},
+      {true, {inf, 0}, {inf, 0}, nan, nan}, {true, {inf, 0}, {1, 0}, inf, nan}};
+  // clang-format on
   const auto same = [](R got, R want) {
     return std::isnan(want) ? std::isnan(got) : got == want && std::signbit(got) == std::signbit(want);
   };
@@ -149,19 +123,6 @@ TEST(Reporters, ExactTexts) {
             }),
             report("GEMM ", 4) + "** KOVRA SYSTEM ERROR! Pointer to image is NULL\n");
   EXPECT_EQ(report("TPSV ", 11), "** KOVRA Error!  On Entry to TPSV  parameter number 11 had an illegal value!\n");
-}
-
-// Packed A, packed B after the slack, the edge tile on the next page boundary; what fits the megabyte.
-TEST(ScratchPlan, OffsetsAndFit) {
-  const auto plain = helper::plan_blocks(512, 16, 256, 8, 4, 0, sizeof(float));
-  EXPECT_TRUE(plain.a_offset == 0u && plain.b_offset == 524288u && plain.edge_offset == 540672u &&
-              plain.end == 540800u);
-  EXPECT_TRUE(helper::fits_scratch(plain));
-  const auto odd = helper::plan_blocks(4, 3, 5, 2, 3, 7, 16);
-  EXPECT_TRUE(odd.b_offset == (7u + 20u) * 16u && odd.edge_offset == 4096u && odd.end == 4096u + 6u * 16u);
-  EXPECT_FALSE(helper::fits_scratch(helper::plan_blocks(512, 16, 256, 8, 4, 0, sizeof(double))));
-  EXPECT_TRUE(helper::fits_scratch(helper::plan_blocks(254 * 4096, 1, 1, 64, 64, 0, 1)));
-  EXPECT_FALSE(helper::fits_scratch(helper::plan_blocks(254 * 4096, 1, 1, 65, 64, 0, 1)));
 }
 
 }  // namespace

@@ -26,15 +26,6 @@ class PortableKernel : public testing::Test {
 };
 TYPED_TEST_SUITE(PortableKernel, element_types, element_type_names);
 
-// c + s*t: one fused multiply-add for real types; for complex ones the product rounded, then the sum.
-template <typename T>
-T accumulate(const T& s, const T& t, const T& c) {
-  if constexpr (is_complex_v<T>)
-    return plain_add(c, plain_mul(s, t));
-  else
-    return std::fma(s, t, c);
-}
-
 // The first calls of every type race (no other test of this binary calls get_kernel first).
 TYPED_TEST(PortableKernel, RacingFirstCallsShareOneObject) {
   std::vector<const kernel_object<TypeParam>*> seen(8);
@@ -98,8 +89,8 @@ TYPED_TEST(PortableKernel, MicroKernelsByColumnsAndByRows) {
               T& out = want[rows ? j + i * ld : i + j * ld];
               T sum = clear ? T(0) : out;
               for (int p = 0; p < k; ++p)
-                sum = rows ? accumulate(b[p * nr + j], a[p * mr + i], sum)
-                           : accumulate(plain_mul(alpha, a[p * mr + i]), b[p * nr + j], sum);
+                sum = rows ? multiply_add(b[p * nr + j], a[p * mr + i], sum)
+                           : multiply_add(plain_mul(alpha, a[p * mr + i]), b[p * nr + j], sum);
               out = sum;
             }
           if (rows)
@@ -124,7 +115,7 @@ TYPED_TEST(PortableKernel, VectorKernels) {
     y.push_back(sentinel<T>()), s.push_back(sentinel<T>()), z.push_back(sentinel<T>());
     std::vector<T> want_y = y, want_s = s, want_z = z;
     for (int i = 0; i < n; ++i) {
-      want_y[i] = accumulate(alpha, x[i], y[i]);
+      want_y[i] = multiply_add(alpha, x[i], y[i]);
       want_s[i] = plain_mul(alpha, x[i]);
       want_z[i] = T(0);
     }

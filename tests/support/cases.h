@@ -1,6 +1,6 @@
-// The drivers of the table-driven suites, on a runtime of a chosen worker count: a results table runs row
-// by row, a validation table expects of every row exactly the report of its bad argument, and the entry
-// forms of a routine (picked by element type, scalars passed as CBLAS takes them) must all leave the same bits.
+// The drivers of the table-driven suites: a results table runs row by row on chosen worker counts, a
+// validation table expects of every row the report of its bad argument, and a routine's entry forms (picked by
+// element type, scalars as CBLAS takes them) must all leave the same bits.
 #pragma once
 
 #include <gtest/gtest.h>

@@ -1,6 +1,5 @@
-// Test values for the four element types: the type list, elements from their parts, sentinels, random
-// fills, the product and sum as written, element-wise comparison, bit for bit or within a tolerance, and
-// the standard-error reports of the library.
+// Test values for the four element types (the type list, elements from their parts, sentinels, random fills,
+// the product and sum as written), comparison bit for bit or within a tolerance, and the library's reports.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -18,7 +17,6 @@
 #include "helper/helper.h"
 
 namespace kovra::error {}
-namespace kovra::interface {}
 namespace kovra::kernels {}
 namespace kovra::parallel {}
 namespace kovra::threading {}
@@ -28,7 +26,6 @@ namespace kovra_test {
 // The library's names as the tests use them, without the tests living in its namespaces.
 namespace error = kovra::error;
 namespace helper = kovra::helper;
-namespace interface = kovra::interface;
 namespace kernels = kovra::kernels;
 namespace parallel = kovra::parallel;
 namespace threading = kovra::threading;
@@ -74,6 +71,16 @@ T plain_add(const T& x, const T& y) {
     return T(x.real() + y.real(), x.imag() + y.imag());
   else
     return x + y;
+}
+
+// y + a*x as the library's element steps compute it: one fused multiply-add for a real type, the product as
+// written and then the sum for a complex one.
+template <typename T>
+T multiply_add(const T& a, const T& x, const T& y) {
+  if constexpr (is_complex_v<T>)
+    return plain_add(y, plain_mul(a, x));
+  else
+    return std::fma(a, x, y);
 }
 
 template <typename T>

@@ -1,6 +1,5 @@
-// Runs a block of a test on a runtime restarted with a given worker count, and restores the default
-// (one worker per processor) when the block ends. A start that fails is a failure of the test that
-// asked for it.
+// Runs a block of a test on a runtime restarted with a given worker count, and restores the default (one
+// worker per processor) when the block ends. A start that fails is a failure of the test that asked for it.
 #pragma once
 
 #include <gtest/gtest.h>

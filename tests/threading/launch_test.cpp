@@ -1,5 +1,6 @@
-// The launchers on the running runtime: the tiles that bodies receive for each worker count, dropped
-// tiles and a stopped runtime. Nesting is in nested_launch_test.cpp, concurrent launchers in the runtime's.
+// The launchers: their split arithmetic as pure functions (the documented examples, and the invariants any
+// extent, grain and worker count keep), dropped tiles and a stopped runtime, launches nested in tasks, and
+// the per-worker scratch. Concurrent launchers are in the runtime's tests.
 #include "threading/launch.h"
 
 #include <gtest/gtest.h>
@@ -7,9 +8,14 @@
 #include <vesk/testing.h>
 
 #include <algorithm>
+#include <complex>
+#include <cstdint>
 #include <mutex>
+#include <new>
+#include <set>
 #include <vector>
 
+#include "parallel/blas/level3/gemm.h"
 #include "support/cases.h"
 #include "support/values.h"
 
@@ -18,6 +24,20 @@ namespace {
 
 using threading::scratch;
 using threading::tile_range;
+
+std::vector<tile_range> grid(int m, int mgrain, int n, int ngrain, int workers) {
+  std::vector<tile_range> tiles;
+  threading::grid_split split(m, mgrain, n, ngrain, workers);
+  for (tile_range t; split.next(t);) tiles.push_back(t);
+  return tiles;
+}
+
+std::vector<tile_range> blocks(int m, int mstep, int n, int nstep) {
+  std::vector<tile_range> tiles;
+  threading::block_split split(m, mstep, n, nstep);
+  for (tile_range t; split.next(t);) tiles.push_back(t);
+  return tiles;
+}
 
 // Records every tile it is run on.
 struct recording_body {
@@ -34,38 +54,6 @@ struct recording_body {
   }
 };
 
-// Grids are the split for the worker count; launch_tiles numbers its tiles in the column range and
-// returns how many it made; blocks are not limited by the worker count.
-TEST(Launch, TilesAreTheSplitForEachWorkerCount) {
-  struct shape {
-    int m, mgrain, n, ngrain;
-  };
-  const shape shapes[] = {{9, 8, 1, 1}, {100, 8, 1, 1}, {1015, 8, 1, 1}, {7, 7, 100, 4}, {50, 8, 13, 13}, {3, 0, 1, 1}};
-  for (int workers : {1, 2, 4, 8}) {
-    worker_scope scope(workers);
-    for_each_case(shapes, [&](const shape& s) {
-      recording_body body;
-      threading::launch_grid(s.m, s.mgrain, s.n, s.ngrain, &body);
-      std::vector<tile_range> want;
-      threading::grid_split split(s.m, s.mgrain, s.n, s.ngrain, workers);
-      for (tile_range t; split.next(t);) want.push_back(t);
-      EXPECT_EQ(body.sorted(), want);
-    });
-    for (int n : {1, 9, 20, 1000}) {
-      recording_body body;
-      const int made = threading::launch_tiles(n, 8, &body);
-      const auto tiles = body.sorted();
-      ASSERT_TRUE(int(tiles.size()) == made && made <= workers && tiles.back().m_end == n);
-      for (int i = 0; i < made; ++i) EXPECT_TRUE(tiles[i].n_begin == i && tiles[i].n_end == i + 1);
-    }
-    recording_body runs, none;
-    threading::launch_blocks(1000, 64, 7, 7, &runs);
-    threading::launch_blocks(1000, 64, 0, 7, &none);
-    EXPECT_TRUE(runs.sorted().size() == 15u && runs.sorted().back() == (tile_range{896, 1000, 0, 7}) &&
-                none.seen.empty());
-  }
-}
-
 // A task without memory is dropped and the call returns; a stopped runtime throws from the launch and
 // runs nothing, and once restarted launches again.
 TEST(Launch, FailuresDropTilesOrThrow) {
@@ -81,6 +69,134 @@ TEST(Launch, FailuresDropTilesOrThrow) {
   vesk_start(2);
   threading::launch_grid(100, 8, 1, 1, &refused);
   EXPECT_EQ(refused.seen.size(), 2u);
+}
+
+// Grids: shares of whole grains with the remainder a grain at a time from the first, at most one tile per
+// worker; a whole dimension stays whole; a grain below one counts as one; no workers, no tiles. Blocks:
+// runs of the step, the last taking the rest, rows outer.
+TEST(Split, DocumentedExamples) {
+  using tiles = std::vector<tile_range>;
+  EXPECT_EQ(grid(9, 8, 1, 1, 4), (tiles{{0, 8, 0, 1}, {8, 9, 0, 1}}));
+  EXPECT_EQ(grid(100, 8, 1, 1, 4), (tiles{{0, 28, 0, 1}, {28, 52, 0, 1}, {52, 76, 0, 1}, {76, 100, 0, 1}}));
+  EXPECT_EQ(grid(1015, 8, 1, 1, 4), (tiles{{0, 256, 0, 1}, {256, 512, 0, 1}, {512, 767, 0, 1}, {767, 1015, 0, 1}}));
+  EXPECT_EQ(grid(20, 8, 1, 1, 4), (tiles{{0, 8, 0, 1}, {8, 16, 0, 1}, {16, 20, 0, 1}}));
+  EXPECT_EQ(grid(7, 7, 100, 4, 4), (tiles{{0, 7, 0, 28}, {0, 7, 28, 52}, {0, 7, 52, 76}, {0, 7, 76, 100}}));
+  EXPECT_EQ(grid(50, 8, 13, 13, 2), (tiles{{0, 26, 0, 13}, {26, 50, 0, 13}}));
+  EXPECT_EQ(grid(5, -3, 1, -1, 2), (tiles{{0, 3, 0, 1}, {3, 5, 0, 1}}));
+  EXPECT_EQ(grid(1000, 8, 1, 1, 1), (tiles{{0, 1000, 0, 1}}));
+  EXPECT_TRUE(grid(100, 8, 1, 1, 0).empty());
+  EXPECT_EQ(blocks(127, 64, 5, 5), (tiles{{0, 127, 0, 5}}));
+  EXPECT_EQ(blocks(128, 64, 300, 128),
+            (tiles{{0, 64, 0, 128}, {0, 64, 128, 300}, {64, 128, 0, 128}, {64, 128, 128, 300}}));
+  EXPECT_EQ(blocks(3, 0, 2, -1),
+            (tiles{{0, 1, 0, 1}, {0, 1, 1, 2}, {1, 2, 0, 1}, {1, 2, 1, 2}, {2, 3, 0, 1}, {2, 3, 1, 2}}));
+  EXPECT_TRUE(blocks(500, 64, 0, 1).empty());
+}
+
+TEST(Split, GridTilesCoverTheExtentInOrderWithSharesWithinOneGrain) {
+  for (int workers : {1, 2, 3, 4, 8})
+    for (int grain : {1, 4, 8})
+      for (int m = 1; m <= 300; m += 7) {
+        const auto tiles = grid(m, grain, 1, 1, workers);
+        ASSERT_TRUE(!tiles.empty() && int(tiles.size()) <= workers);
+        int begin = 0, longest = 0, shortest = m;
+        for (const auto& t : tiles) {
+          ASSERT_TRUE(t.m_begin == begin && t.m_end > t.m_begin) << m << " " << grain << " " << workers;
+          begin = t.m_end;
+          longest = std::max(longest, t.m_end - t.m_begin);
+          shortest = std::min(shortest, t.m_end - t.m_begin);
+        }
+        EXPECT_EQ(begin, m);
+        EXPECT_TRUE(m < grain * workers || longest - shortest <= grain);
+      }
+}
+
+constexpr int runs = 500;
+constexpr int n = 12;  // above the serial cut-off, so every gemm launches
+
+// Run r computes C_r = A * B_r with B_r = (r + 1) * I: small integers, so every product is exact.
+template <typename T>
+struct nested_gemm_body {
+  const std::vector<T>* a;
+  std::vector<T>* c;
+  void run_tile(kovra::threading::scratch*, int r_begin, int r_end, int, int) const {
+    for (int r = r_begin; r < r_end; ++r) {
+      std::vector<T> b(n * n, T(0));
+      for (int i = 0; i < n; ++i) b[i + n * i] = T(r + 1);
+      kovra::parallel::blas::gemm('N', 'N', n, n, n, T(1), a->data(), n, b.data(), n, T(0), c->data() + n * n * r, n);
+    }
+  }
+};
+
+template <typename T>
+void run_nested(int workers) {
+  kovra_test::worker_scope scope(workers);
+  std::vector<T> a(n * n), c(n * n * runs, T(-1));
+  for (int i = 0; i < n * n; ++i) a[i] = T(i % 7 - 3);
+  const nested_gemm_body<T> body{&a, &c};
+  vesk::testing::reset_deepest_wait();
+  kovra::threading::launch_blocks(runs, 1, 1, 1, &body);
+  // One level of calls nests (gemm inside a task), so one wait at most is stacked on any worker.
+  EXPECT_EQ(vesk::testing::deepest_wait(), 1) << workers << " workers";
+  for (int r = 0; r < runs; ++r)
+    for (int i = 0; i < n * n; ++i)
+      ASSERT_EQ(c[n * n * r + i], T(r + 1) * a[i]) << "run " << r << ", element " << i << ", " << workers << " workers";
+}
+
+TEST(NestedLaunch, WaitsStackNoDeeperThanTheCallsNest) {
+  for (int workers : {1, 2, 4}) {
+    run_nested<double>(workers);
+    run_nested<std::complex<float>>(workers);
+  }
+}
+
+using threading::scratch_bytes;
+
+// What a tile saw of its worker's block; a non-zero mark is then written over the whole block.
+struct scratch_probe {
+  mutable std::mutex lock;
+  mutable std::set<scratch*> blocks;
+  mutable bool all_zero = true, aligned = true;
+  std::byte mark{0};
+  void run_tile(scratch* s, int, int, int, int) const {
+    std::lock_guard<std::mutex> guard(lock);
+    blocks.insert(s);
+    aligned = aligned && reinterpret_cast<std::uintptr_t>(s) % threading::scratch_alignment == 0;
+    all_zero =
+        all_zero && std::all_of(s->storage, s->storage + scratch_bytes, [](std::byte b) { return b == std::byte{0}; });
+    if (mark != std::byte{0}) std::fill(s->storage, s->storage + scratch_bytes, mark);
+  }
+};
+
+// A body that never touches its block, like a Level 1 tile.
+struct ignoring_body {
+  void run_tile(scratch*, int, int, int, int) const {}
+};
+
+TEST(Scratch, OneAlignedBlockPerWorkerZeroedOnceMadeByAnyTask) {
+  worker_scope scope(1);
+  ignoring_body level1_like;
+  threading::launch_grid(1, 1, 1, 1, &level1_like);
+  // With every further aligned allocation failing, only an existing block lets the next tasks run.
+  vesk::testing::fail_aligned_allocations(~std::uint64_t{0});
+  scratch_probe first, second;
+  first.mark = std::byte{0x5a};
+  EXPECT_NO_THROW(threading::launch_grid(1, 1, 1, 1, &first));
+  threading::launch_grid(1, 1, 1, 1, &second);
+  vesk::testing::fail_aligned_allocations(0);
+  EXPECT_TRUE(first.blocks.size() == 1u && first.all_zero && first.aligned);
+  EXPECT_EQ(second.blocks, first.blocks);
+  EXPECT_FALSE(second.all_zero) << "the block is zeroed when it is made only";
+}
+
+// The failed task raises bad_alloc and the next one tries again.
+TEST(Scratch, AllocationFailureStaysWithTheTaskThatMetIt) {
+  worker_scope scope(1);
+  vesk::testing::fail_aligned_allocations(0b1);
+  scratch_probe failed, retried;
+  EXPECT_THROW(threading::launch_grid(1, 1, 1, 1, &failed), std::bad_alloc);
+  threading::launch_grid(1, 1, 1, 1, &retried);
+  EXPECT_TRUE(failed.blocks.empty() && retried.blocks.size() == 1u && retried.all_zero);
 }
 
 }  // namespace
