@@ -23,7 +23,6 @@ namespace {
 
 template <typename R>
 class ComplexArith : public testing::Test {};
-using real_types = testing::Types<float, double>;
 TYPED_TEST_SUITE(ComplexArith, real_types);
 
 // Each row: x op y and the exact parts expected (NaN matches NaN; -0 is not +0). Products: each operation

@@ -199,12 +199,9 @@ TEST(StoppedRuntime, OnlyScalNeedsItBelowTheCutoff) {
   EXPECT_EQ(y, (std::vector<float>{8, 4, 8, 4, 3, 1, 3, 1}));
 }
 
-using parallel::blas::rotg;
-using parallel::blas::rotmg;
 
 template <typename R>
 class Generators : public ::testing::Test {};
-using real_types = ::testing::Types<float, double>;
 TYPED_TEST_SUITE(Generators, real_types);
 
 // r takes the sign of the larger of a and b; z is s when |a| > |b|, else 1/c, or 1 when c is 0.

@@ -1,8 +1,8 @@
 // Every NEON kernel family against the arithmetic it promises, bit for bit: the packers write the bytes
 // of the portable bodies, the micro kernels match a scalar model of their sums and end step, AXPY fuses
 // where it says it does, on panels and vectors off every alignment the kernels could rely on, with
-// sentinels around them that may neither reach a result nor be overwritten. Whole routines on these
-// kernels are compared with the portable kernel in the selection tests.
+// sentinels around them that may neither reach a result nor be overwritten. The selection tests compare
+// every kernel's AXPY and SCAL with the portable kernel; the Level 3 tests run GEMM on the chosen kernel.
 //
 // NEON flushes subnormals and returns the default NaN, unlike the models: the inputs stay clear of
 // subnormals, and where NaN appears only its presence matters.
@@ -20,6 +20,7 @@
 #include "kernels/neon/kernel_neon_fma.h"
 #include "kernels/neon/kernel_neon_fma_scalar_complex.h"
 #include "kernels/neon/kernel_neon_mla_complex.h"
+#include "support/values.h"
 
 // Scalar models of the kernels' arithmetic, one element at a time.
 namespace kovra_test::models {

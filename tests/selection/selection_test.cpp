@@ -3,7 +3,6 @@
 // SCAL and GEMM on every kernel built in against the portable kernel.
 #include <gtest/gtest.h>
 
-#include <cmath>
 #include <cstdlib>
 #include <cstring>
 #include <limits>
@@ -15,9 +14,8 @@
 #include "kernels/get_kernel.h"
 #include "kovra/cpu_features.h"
 #include "kovra/kovra_version.h"
-#include "parallel/blas/level3/gemm.h"
 #include "platform.h"
-#include "support/operands.h"
+#include "support/values.h"
 
 #if KOVRA_ARM32
 #include <sys/auxv.h>

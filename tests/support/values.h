@@ -34,6 +34,7 @@ using kovra::real_t;
 using kovra::serial_cutoff;
 
 using element_types = ::testing::Types<float, double, std::complex<float>, std::complex<double>>;
+using real_types = ::testing::Types<float, double>;
 struct element_type_names {
   template <typename T>
   static std::string GetName(int) {
