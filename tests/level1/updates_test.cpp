@@ -74,13 +74,14 @@ TYPED_TEST(Updates, AxpyAxpbyCopySwap) {
                    [&](T& x, T& y, const shape&) { y = multiply_add(alpha, x, y); }, false, false);
   // AXPBY: beta*y rounded first, then fused (real) or two products and a sum (complex); a zero alpha
   // scales y alone, both zero store zeros.
-  for (auto [a, b] : {std::pair{alpha, beta}, {alpha, make<T>(-0.0)}, {make<T>(0, -0.0), beta}, {make<T>(0), T{}}})
-    check_updates<T>([&](int n, T* x, int ix, T* y, int iy) { axpby(n, a, x, ix, b, y, iy); },
+  for (const auto& scalars :
+       {std::pair{alpha, beta}, {alpha, make<T>(-0.0)}, {make<T>(0, -0.0), beta}, {make<T>(0), T{}}})
+    check_updates<T>([&](int n, T* x, int ix, T* y, int iy) { axpby(n, scalars.first, x, ix, scalars.second, y, iy); },
                      [&](T& x, T& y, const shape&) {
-                       if (helper::is_zero(a))
-                         y = helper::is_zero(b) ? T{} : plain_mul(y, b);
+                       if (helper::is_zero(scalars.first))
+                         y = helper::is_zero(scalars.second) ? T{} : plain_mul(y, scalars.second);
                        else
-                         y = multiply_add(a, x, plain_mul(b, y));
+                         y = multiply_add(scalars.first, x, plain_mul(scalars.second, y));
                      },
                      false);
   check_updates<T>([](int n, T* x, int ix, T* y, int iy) { copy(n, x, ix, y, iy); },
@@ -198,7 +199,6 @@ TEST(StoppedRuntime, OnlyScalNeedsItBelowTheCutoff) {
   EXPECT_EQ(x, (std::vector<float>{3, 3, 8, 8}));
   EXPECT_EQ(y, (std::vector<float>{8, 4, 8, 4, 3, 1, 3, 1}));
 }
-
 
 template <typename R>
 class Generators : public ::testing::Test {};

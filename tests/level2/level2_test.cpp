@@ -349,17 +349,19 @@ TYPED_TEST(Ger, MatchesTheReference) {
 // zero y_j skips column j, so even an infinite alpha (whose product with 0 is NaN) leaves it as it was.
 TYPED_TEST(Ger, NothingIsReadWhereNothingIsAdded) {
   using T = TypeParam;
-  for (auto [m, n] : {std::pair{8, 8}, {20, 30}})
+  for (const auto& size : {std::pair{8, 8}, {20, 30}})
     for (rank_one_form form : forms_of<T>())
       for (int inc : {1, -2}) {
+        const int m = size.first, n = size.second;
         ger_case<T> idle(form, {m, n, inc, inc}, 1, 0);
         idle.a.fill(sentinel<T>());
         for (int i = 0; i < m; ++i) idle.x[i] = nan_element<T>();
         for (int j = 0; j < n; ++j) idle.y[j] = nan_element<T>();
         for (const T alpha : {make<T>(0), make<T>(-0.0, -0.0)}) idle.run(alpha);
-        for (auto [rows, cols] : {std::pair{0, n}, {m, 0}})
+        for (const auto& empty : {std::pair{0, n}, {m, 0}})
           EXPECT_EQ(stderr_of([&] {
-                      run_ger(form, rows, cols, make<T>(1), idle.x.data(), inc, idle.y.data(), inc, idle.a.data(), m);
+                      run_ger(form, empty.first, empty.second, make<T>(1), idle.x.data(), inc, idle.y.data(), inc,
+                              idle.a.data(), m);
                     }),
                     "");
         EXPECT_TRUE(all_same_bits(idle.a.elements(), std::vector<T>(m * n, sentinel<T>())) && idle.a.intact());

@@ -1,7 +1,7 @@
 // GEMM against the wide reference over a table of shapes and letters on the chosen kernel and on a test
-// kernel of odd tiles; the exact values of the edge cases on both sides of the serial cut-off; the
-// argument checks with their reports; the entries in both forms and orders. GEMM called from inside tasks
-// is in the threading suite's nested launch test.
+// kernel of odd tiles; the edge cases on both sides of the serial cut-off; the argument checks with their
+// reports; the entries in both forms and orders; the block loop's row-major store. GEMM inside tasks is in
+// the threading suite's nested launch test.
 #include "parallel/blas/level3/gemm.h"
 
 #include <gtest/gtest.h>
@@ -115,7 +115,8 @@ TYPED_TEST(Gemm, MatchesTheReference) {
 TYPED_TEST(Gemm, EdgeCasesOnBothPaths) {
   using T = TypeParam;
   const T nan = nan_element<T>(), sentinel_value = sentinel<T>();
-  for (auto [m, n, k] : {std::tuple{8, 8, 8}, {9, 8, 8}, {8, 9, 8}, {8, 8, 9}}) {
+  for (const auto& [m0, n0, k0] : {std::tuple{8, 8, 8}, {9, 8, 8}, {8, 9, 8}, {8, 8, 9}}) {
+    const int m = m0, n = n0, k = k0;
     SCOPED_TRACE(::testing::Message() << m << "x" << n << "x" << k);
     const bool serial = m <= 8 && n <= 8 && k <= 8, serial_mn = m <= 8 && n <= 8;
     const auto all = [&](gemm_case<T>& g, T v) { return all_same_bits(g.c.elements(), std::vector<T>(m * n, v)); };
