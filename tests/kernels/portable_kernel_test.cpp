@@ -35,6 +35,16 @@ TYPED_TEST(PortableKernel, RacingFirstCallsShareOneObject) {
   for (const auto* p : seen) EXPECT_EQ(p, kernels::get_kernel<TypeParam>().get());
 }
 
+// The check every kernel's blocking table passes at compile time: 1 by 1 tiles are sound; no tile, a block
+// that is no multiple of its tile, or blocks too large for the scratch are not.
+TYPED_TEST(PortableKernel, BlockingCheck) {
+  using b = kernels::kernel_blocking;
+  EXPECT_TRUE(kernels::sound_blocking<TypeParam>(b{1, 1, 1, 1, 1, 0, 0}));
+  for (const b& bad :
+       {b{8, 4, 8, 0, 4, 0, 0}, b{9, 4, 8, 8, 4, 0, 0}, b{8, 5, 8, 8, 4, 0, 0}, b{4096, 4, 4096, 8, 4, 0, 0}})
+    EXPECT_FALSE(kernels::sound_blocking<TypeParam>(bad));
+}
+
 // op(X) of a tile is MR by NR (A: rows by depth at p*MR + i; B: depth by columns at p*NR + j), read from
 // op(X) or its transpose; the rows between the source's last row and ld hold a NaN that must not be
 // copied, and nothing outside the tile is written.
