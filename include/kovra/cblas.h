@@ -170,6 +170,15 @@ void cblas_cgemm(CBLAS_ORDER order, CBLAS_TRANSPOSE transa, CBLAS_TRANSPOSE tran
 void cblas_zgemm(CBLAS_ORDER order, CBLAS_TRANSPOSE transa, CBLAS_TRANSPOSE transb, int m, int n, int k,
                  const void* alpha, const void* a, int lda, const void* b, int ldb, const void* beta, void* c, int ldc);
 
+void cblas_strsm(CBLAS_ORDER order, CBLAS_SIDE side, CBLAS_UPLO uplo, CBLAS_TRANSPOSE transa, CBLAS_DIAG diag, int m,
+                 int n, float alpha, const float* a, int lda, float* b, int ldb);
+void cblas_dtrsm(CBLAS_ORDER order, CBLAS_SIDE side, CBLAS_UPLO uplo, CBLAS_TRANSPOSE transa, CBLAS_DIAG diag, int m,
+                 int n, double alpha, const double* a, int lda, double* b, int ldb);
+void cblas_ctrsm(CBLAS_ORDER order, CBLAS_SIDE side, CBLAS_UPLO uplo, CBLAS_TRANSPOSE transa, CBLAS_DIAG diag, int m,
+                 int n, const void* alpha, const void* a, int lda, void* b, int ldb);
+void cblas_ztrsm(CBLAS_ORDER order, CBLAS_SIDE side, CBLAS_UPLO uplo, CBLAS_TRANSPOSE transa, CBLAS_DIAG diag, int m,
+                 int n, const void* alpha, const void* a, int lda, void* b, int ldb);
+
 #ifdef __cplusplus
 }
 #endif

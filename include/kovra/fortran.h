@@ -218,6 +218,20 @@ KOVRA_FORTRAN_NAMES(void, zgemm, ZGEMM,
                      const void* alpha, const void* a, const int* lda, const void* b, const int* ldb,
                      const void* beta, void* c, const int* ldc));
 
+/* op(A) X = alpha B (side 'L') or X op(A) = alpha B (side 'R') for a triangular A; X overwrites B */
+KOVRA_FORTRAN_NAMES(void, strsm, STRSM,
+                    (const char* side, const char* uplo, const char* transa, const char* diag, const int* m,
+                     const int* n, const float* alpha, const float* a, const int* lda, float* b, const int* ldb));
+KOVRA_FORTRAN_NAMES(void, dtrsm, DTRSM,
+                    (const char* side, const char* uplo, const char* transa, const char* diag, const int* m,
+                     const int* n, const double* alpha, const double* a, const int* lda, double* b, const int* ldb));
+KOVRA_FORTRAN_NAMES(void, ctrsm, CTRSM,
+                    (const char* side, const char* uplo, const char* transa, const char* diag, const int* m,
+                     const int* n, const void* alpha, const void* a, const int* lda, void* b, const int* ldb));
+KOVRA_FORTRAN_NAMES(void, ztrsm, ZTRSM,
+                    (const char* side, const char* uplo, const char* transa, const char* diag, const int* m,
+                     const int* n, const void* alpha, const void* a, const int* lda, void* b, const int* ldb));
+
 #ifdef __cplusplus
 }
 #endif

@@ -95,4 +95,20 @@ template <typename T> inline T multiply_add(const T& s, const T& t, const T& c) 
   else return add(c, cmul(s, t));
 }
 
+// c - s*t for any element type: one fused multiply-add of -s for real types (the negation is exact), the
+// full complex product and then one subtraction per part for complex ones.
+template <typename T> inline T multiply_subtract(const T& s, const T& t, const T& c) {
+  if constexpr (std::is_same_v<T, float> || std::is_same_v<T, double>) return std::fma(-s, t, c);
+  else {
+    const T p = cmul(s, t);
+    return T(c.real() - p.real(), c.imag() - p.imag());
+  }
+}
+
+// x / y for any element type: the plain quotient for real types, Smith's quotient for complex ones.
+template <typename T> inline T div(const T& x, const T& y) {
+  if constexpr (std::is_same_v<T, float> || std::is_same_v<T, double>) return x / y;
+  else return cdiv(x, y);
+}
+
 }  // namespace kovra::helper
