@@ -232,6 +232,20 @@ KOVRA_FORTRAN_NAMES(void, ztrsm, ZTRSM,
                     (const char* side, const char* uplo, const char* transa, const char* diag, const int* m,
                      const int* n, const void* alpha, const void* a, const int* lda, void* b, const int* ldb));
 
+/* B := alpha op(A) B (side 'L') or alpha B op(A) (side 'R') for a triangular A */
+KOVRA_FORTRAN_NAMES(void, strmm, STRMM,
+                    (const char* side, const char* uplo, const char* transa, const char* diag, const int* m,
+                     const int* n, const float* alpha, const float* a, const int* lda, float* b, const int* ldb));
+KOVRA_FORTRAN_NAMES(void, dtrmm, DTRMM,
+                    (const char* side, const char* uplo, const char* transa, const char* diag, const int* m,
+                     const int* n, const double* alpha, const double* a, const int* lda, double* b, const int* ldb));
+KOVRA_FORTRAN_NAMES(void, ctrmm, CTRMM,
+                    (const char* side, const char* uplo, const char* transa, const char* diag, const int* m,
+                     const int* n, const void* alpha, const void* a, const int* lda, void* b, const int* ldb));
+KOVRA_FORTRAN_NAMES(void, ztrmm, ZTRMM,
+                    (const char* side, const char* uplo, const char* transa, const char* diag, const int* m,
+                     const int* n, const void* alpha, const void* a, const int* lda, void* b, const int* ldb));
+
 #ifdef __cplusplus
 }
 #endif

@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "parallel/blas/level3/gemm.h"
+#include "parallel/blas/level3/trsm.h"
 #include "support/cases.h"
 #include "support/values.h"
 
@@ -141,6 +142,33 @@ void run_nested(int workers) {
   for (int r = 0; r < runs; ++r)
     for (int i = 0; i < n * n; ++i)
       ASSERT_EQ(c[n * n * r + i], T(r + 1) * a[i]) << "run " << r << ", element " << i << ", " << workers << " workers";
+}
+
+// TRSM inside running tasks nests one call deeper (application task -> TRSM -> GEMM): two waits at most
+// stack on a worker, and every run gives what the same call gives outside the tasks.
+struct nested_trsm_body {
+  const std::vector<double>* a;
+  std::vector<double>* b;
+  void run_tile(kovra::threading::scratch*, int r_begin, int r_end, int, int) const {
+    for (int r = r_begin; r < r_end; ++r)
+      kovra::parallel::blas::trsm('L', 'U', 'N', 'N', 40, 12, 1.0, a->data(), 40, b->data() + 480 * r, 40);
+  }
+};
+
+TEST(NestedLaunch, TrsmInsideTasks) {
+  for (int workers : {1, 2, 4}) {
+    kovra_test::worker_scope scope(workers);
+    std::vector<double> a = kovra_test::random_values<double>(1600, 3), b = kovra_test::random_values<double>(7680, 4);
+    for (int i = 0; i < 40; ++i) a[41 * i] += 4;
+    std::vector<double> want = b;
+    for (int r = 0; r < 16; ++r)
+      kovra::parallel::blas::trsm('L', 'U', 'N', 'N', 40, 12, 1.0, a.data(), 40, want.data() + 480 * r, 40);
+    const nested_trsm_body body{&a, &b};
+    vesk::testing::reset_deepest_wait();
+    kovra::threading::launch_blocks(16, 1, 1, 1, &body);
+    EXPECT_LE(vesk::testing::deepest_wait(), 2) << workers << " workers";
+    EXPECT_TRUE(kovra_test::all_same_bits(b, want)) << workers << " workers";
+  }
 }
 
 TEST(NestedLaunch, WaitsStackNoDeeperThanTheCallsNest) {

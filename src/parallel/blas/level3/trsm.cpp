@@ -2,37 +2,16 @@
 // that walks A's diagonal; the four element types.
 #include "parallel/blas/level3/trsm.h"
 
-#include <algorithm>
-
 #include "error/error.h"
 #include "kernels/get_kernel.h"
 #include "parallel/blas/level3/gemm.h"
 #include "threading/launch.h"
 
 namespace kovra::parallel::blas {
-namespace {
 
-// The position of the first bad argument in the Fortran list (SIDE, UPLO, TRANSA, DIAG, M, N, ALPHA, A, LDA,
-// B, LDB), or 0.
-int trsm_bad_argument(char side, char uplo, char transa, char diag, int m, int n, int lda, int ldb) {
-  const char s = helper::fold_letter(side), u = helper::fold_letter(uplo), d = helper::fold_letter(diag);
-  if (s != 'L' && s != 'R') return 1;
-  if (u != 'U' && u != 'L') return 2;
-  if (!helper::valid_trans(transa)) return 3;
-  if (d != 'U' && d != 'N') return 4;
-  if (m < 0) return 5;
-  if (n < 0) return 6;
-  if (helper::MAX(1, s == 'L' ? m : n) > lda) return 9;
-  if (helper::MAX(1, m) > ldb) return 11;
-  return 0;
-}
-
-}  // namespace
-
-// A task's blocks run strictly in sequence: each diagonal block is solved with what earlier blocks left in
-// B. The walk goes from the end of A's triangle that has nothing to eliminate: forward for side 'L' when
-// only one of upper and 'N' holds, for side 'R' when both or neither do. A backward walk takes its first
-// block at the far end, so a short block comes last, nearest the start.
+// Each diagonal block is solved with what earlier blocks left in B, so the walk starts at the end of A's
+// triangle that has nothing to eliminate: forward for side 'L' when only one of upper and 'N' holds, for side
+// 'R' when both or neither do.
 template <typename T>
 void trsm_object<T>::run_tile(threading::scratch*, int i0, int i1, int j0, int j1) const {
   const bool left = helper::fold_letter(side) == 'L', nt = helper::fold_letter(transa) == 'N';
@@ -41,9 +20,7 @@ void trsm_object<T>::run_tile(threading::scratch*, int i0, int i1, int j0, int j
   const int bs = 4 * (left ? kernel->tile_n : kernel->tile_m);
   const auto A = [&](int i, int j) { return a + i + std::ptrdiff_t{j} * lda; };
   const auto B = [&](int i, int j) { return b + i + std::ptrdiff_t{j} * ldb; };
-  for (int done = 0; done < extent; done += bs) {
-    const int w = std::min(bs, extent - done), far = extent - done - w, p = forward ? done : far;
-    const int q = forward ? p + w : 0;  // where the part still to be solved begins; it has `far` entries
+  walk_diagonal(extent, bs, forward, [&](int p, int w, int q, int far) {
     if (left) {
       small_trsm(side, uplo, transa, diag, w, cols, alpha, A(p, p), lda, B(p, j0), ldb);
       if (far > 0)
@@ -53,14 +30,14 @@ void trsm_object<T>::run_tile(threading::scratch*, int i0, int i1, int j0, int j
       if (far > 0)
         gemm<T>('N', transa, rows, far, w, T(-1), B(i0, p), ldb, nt ? A(p, q) : A(q, p), lda, T(1), B(i0, q), ldb);
     }
-  }
+  });
 }
 
 // Tasks are independent: with side 'L' every column of B is its own right-hand side, with 'R' every row, so a
 // task owns whole columns (in multiples of tile_n) or whole rows (in multiples of tile_m) and all of them read A.
 template <typename T>
 void trsm(char side, char uplo, char transa, char diag, int m, int n, T alpha, const T* a, int lda, T* b, int ldb) {
-  if (error::bad_argument("TRSM ", trsm_bad_argument(side, uplo, transa, diag, m, n, lda, ldb))) return;
+  if (error::bad_argument("TRSM ", triangular_bad_argument(side, uplo, transa, diag, m, n, lda, ldb))) return;
   if (m == 0 || n == 0) return;
   if (helper::is_zero(alpha)) return clear_columns(m, n, b, ldb);
   if (m <= serial_cutoff && n <= serial_cutoff)

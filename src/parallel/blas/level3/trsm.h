@@ -6,21 +6,15 @@
 // parts behind the first block carry alpha on the solved part's term too; that is the required result.
 #pragma once
 
-#include <cstring>
 #include <memory>
 
 #include "helper/complex_arith.h"
 #include "helper/helper.h"
 #include "kernels/kernel_object.h"
+#include "parallel/blas/level3/triangular.h"
 #include "threading/scratch.h"
 
 namespace kovra::parallel::blas {
-
-// Clears the m by n matrix b column by column with a byte fill: nothing in it is read.
-template <typename T>
-void clear_columns(int m, int n, T* b, int ldb) {
-  for (int j = 0; j < n; ++j) std::memset(static_cast<void*>(b + std::ptrdiff_t{j} * ldb), 0, sizeof(T) * m);
-}
 
 // The serial solve on the calling thread: a plain loop nest, no kernel, no packing. Left solves divide
 // element by element; right solves multiply by a reciprocal formed once per column. An exact zero of the
