@@ -1,10 +1,7 @@
-// TRSM and TRMM on every (side, uplo, transa, diag), across the serial cut-off and the diagonal block. alpha
-// enters only the diagonal blocks' serial steps, so each promises its result for a modified A': TRSM solves
-// op(A') X = alpha B with the entries between different blocks scaled by alpha (the blocks behind the first
-// carry alpha on the solved part's term too), TRMM gives op(A') B with the entries inside a block scaled by
-// alpha (the off-block part is added unscaled). With one block, TRSM's A' is A and TRMM's is alpha A. The
-// triangle not stored, and a unit diagonal, hold NaN: they are never read. Then the edge cases, the argument
-// checks and the entries.
+// TRSM and TRMM on every (side, uplo, transa, diag) across the cut-off and the diagonal block. alpha enters
+// only the diagonal blocks, so TRSM solves op(A') X = alpha B with A's entries between blocks scaled by alpha,
+// and TRMM gives op(A') B with the entries inside a block scaled by alpha. The triangle not stored and a unit
+// diagonal hold NaN. Then the edge cases, the argument checks and the entries.
 #include <gtest/gtest.h>
 
 #include "kernels/get_kernel.h"
@@ -63,7 +60,7 @@ TYPED_TEST(Triangular, ResultsWithTheBlockwiseAlpha) {
       const padded_matrix<T> before = b;
       (solve ? this->trsm : this->trmm)(s.side, s.uplo, s.transa, s.diag, s.m, s.n, alpha, a.data(), a.ld(), b.data(),
                                         b.ld());
-      // The block of index i along A: the walk runs forward or from the far end, TRMM the other way to TRSM.
+      // The block of index i: the walk runs forward or from the far end, TRMM the other way to TRSM's.
       const bool forward = (left ? upper != nt : upper == nt) == solve;
       const auto block = [&](int i) { return k <= 8 ? 0 : forward ? i / bs : (k - 1 - i) / bs; };
       const auto tri = [&](int r, int c) {
@@ -84,8 +81,7 @@ TYPED_TEST(Triangular, ResultsWithTheBlockwiseAlpha) {
     });
 }
 
-// alpha = 0 clears B without reading A (all NaN); in the serial solve a zero in B skips its column of A, so a
-// NaN there does not spread; a real 'C' is 'T'.
+// alpha = 0 clears B without reading A; serially a zero in B skips its column of A (NaN); a real 'C' is 'T'.
 TYPED_TEST(Triangular, EdgeCases) {
   using T = TypeParam;
   for (const routine<T> f : {this->trsm, this->trmm})
@@ -107,8 +103,7 @@ TYPED_TEST(Triangular, EdgeCases) {
     }
 }
 
-// The routine, then the CBLAS entries, which report the positions of the call they make (row-major: Side and
-// Uplo flipped, M and N swapped). B stays untouched.
+// The routines, then the CBLAS entries, reporting the positions of the call they make. B stays untouched.
 TYPED_TEST(Triangular, EachBadArgumentIsReportedAtItsPosition) {
   using T = TypeParam;
   struct bad {
@@ -142,8 +137,7 @@ TYPED_TEST(Triangular, EachBadArgumentIsReportedAtItsPosition) {
   EXPECT_TRUE(all_same_bits(b, std::vector<T>(16, sentinel<T>())));
 }
 
-// Fortran and column-major CBLAS give the routine's bits; row-major with Side Left works from the right on the
-// same storage, with Uplo flipped and M and N swapped.
+// Fortran and column-major CBLAS give the routine's bits; row-major Left works from the right, Uplo flipped.
 TYPED_TEST(Triangular, EntriesInBothFormsAndBothOrders) {
   using T = TypeParam;
   const int m = 11, n = 9, lda = 12, ldb = 13;

@@ -144,8 +144,7 @@ void run_nested(int workers) {
       ASSERT_EQ(c[n * n * r + i], T(r + 1) * a[i]) << "run " << r << ", element " << i << ", " << workers << " workers";
 }
 
-// TRSM inside running tasks nests one call deeper (application task -> TRSM -> GEMM): two waits at most
-// stack on a worker, and every run gives what the same call gives outside the tasks.
+// Task -> TRSM -> GEMM: two waits at most stack on a worker, and each run gives the call's bits outside tasks.
 struct nested_trsm_body {
   const std::vector<double>* a;
   std::vector<double>* b;
