@@ -1,13 +1,33 @@
-// What TRSM and TRMM share: the argument checks, the byte clear of B for alpha = 0, and the walk along A's
-// diagonal in blocks of `bs` that a task makes over its right-hand sides.
+// What TRSM and TRMM share: the fields of a call, the argument checks, the byte clear of B for alpha = 0, and
+// the walk along A's diagonal in blocks of `bs` that a task makes over its right-hand sides.
 #pragma once
 
 #include <algorithm>
 #include <cstring>
+#include <memory>
 
 #include "helper/helper.h"
+#include "kernels/kernel_object.h"
 
 namespace kovra::parallel::blas {
+
+// A call's arguments, letters kept as given, shared read-only by its tasks. The kernel is read only for its
+// tiles, which set the split's grain and the diagonal block.
+template <typename T>
+struct triangular_call {
+  char side;
+  char uplo;
+  char transa;
+  char diag;
+  int m;
+  int n;
+  T alpha;
+  const T* a;
+  int lda;
+  T* b;
+  int ldb;
+  std::shared_ptr<kernels::kernel_object<T>> kernel;
+};
 
 // The position of the first bad argument in the Fortran list (SIDE, UPLO, TRANSA, DIAG, M, N, ALPHA, A, LDA,
 // B, LDB), or 0.

@@ -6,11 +6,8 @@
 // result.
 #pragma once
 
-#include <memory>
-
 #include "helper/complex_arith.h"
 #include "helper/helper.h"
-#include "kernels/kernel_object.h"
 #include "parallel/blas/level3/triangular.h"
 #include "threading/scratch.h"
 
@@ -76,23 +73,9 @@ void small_trmm(char side, char uplo, char transa, char diag, int m, int n, T al
   }
 }
 
-// The per-call record shared read-only by the tasks of one call; letters are kept as given. The kernel is
-// read only for its tiles, which set the split's grain and the diagonal block.
+// The per-call record: the call's fields and the tile body.
 template <typename T>
-struct trmm_object {
-  char side;
-  char uplo;
-  char transa;
-  char diag;
-  int m;
-  int n;
-  T alpha;
-  const T* a;
-  int lda;
-  T* b;
-  int ldb;
-  std::shared_ptr<kernels::kernel_object<T>> kernel;
-
+struct trmm_object : triangular_call<T> {
   // Multiplies rows [i0, i1) by columns [j0, j1) of B: all rows for side 'L', all columns for 'R'.
   void run_tile(threading::scratch* s, int i0, int i1, int j0, int j1) const;
 };

@@ -2,10 +2,8 @@
 // that walks A's diagonal; the four element types.
 #include "parallel/blas/level3/trsm.h"
 
-#include "error/error.h"
-#include "kernels/get_kernel.h"
 #include "parallel/blas/level3/gemm.h"
-#include "threading/launch.h"
+#include "parallel/blas/level3/triangular_front.h"
 
 namespace kovra::parallel::blas {
 
@@ -14,41 +12,31 @@ namespace kovra::parallel::blas {
 // 'R' when both or neither do.
 template <typename T>
 void trsm_object<T>::run_tile(threading::scratch*, int i0, int i1, int j0, int j1) const {
-  const bool left = helper::fold_letter(side) == 'L', nt = helper::fold_letter(transa) == 'N';
-  const bool upper = helper::fold_letter(uplo) == 'U', forward = left ? upper != nt : upper == nt;
-  const int rows = i1 - i0, cols = j1 - j0, extent = left ? m : n;
-  const int bs = 4 * (left ? kernel->tile_n : kernel->tile_m);
-  const auto A = [&](int i, int j) { return a + i + std::ptrdiff_t{j} * lda; };
-  const auto B = [&](int i, int j) { return b + i + std::ptrdiff_t{j} * ldb; };
+  const triangular_call<T>& c = *this;
+  const bool left = helper::fold_letter(c.side) == 'L', nt = helper::fold_letter(c.transa) == 'N';
+  const bool upper = helper::fold_letter(c.uplo) == 'U', forward = left ? upper != nt : upper == nt;
+  const int rows = i1 - i0, cols = j1 - j0, extent = left ? c.m : c.n;
+  const int bs = 4 * (left ? c.kernel->tile_n : c.kernel->tile_m);
+  const auto A = [&](int i, int j) { return c.a + i + std::ptrdiff_t{j} * c.lda; };
+  const auto B = [&](int i, int j) { return c.b + i + std::ptrdiff_t{j} * c.ldb; };
   walk_diagonal(extent, bs, forward, [&](int p, int w, int q, int far) {
     if (left) {
-      small_trsm(side, uplo, transa, diag, w, cols, alpha, A(p, p), lda, B(p, j0), ldb);
+      small_trsm(c.side, c.uplo, c.transa, c.diag, w, cols, c.alpha, A(p, p), c.lda, B(p, j0), c.ldb);
       if (far > 0)
-        gemm<T>(transa, 'N', far, cols, w, T(-1), nt ? A(q, p) : A(p, q), lda, B(p, j0), ldb, T(1), B(q, j0), ldb);
+        gemm<T>(c.transa, 'N', far, cols, w, T(-1), nt ? A(q, p) : A(p, q), c.lda, B(p, j0), c.ldb, T(1), B(q, j0),
+                c.ldb);
     } else {
-      small_trsm(side, uplo, transa, diag, rows, w, alpha, A(p, p), lda, B(i0, p), ldb);
+      small_trsm(c.side, c.uplo, c.transa, c.diag, rows, w, c.alpha, A(p, p), c.lda, B(i0, p), c.ldb);
       if (far > 0)
-        gemm<T>('N', transa, rows, far, w, T(-1), B(i0, p), ldb, nt ? A(p, q) : A(q, p), lda, T(1), B(i0, q), ldb);
+        gemm<T>('N', c.transa, rows, far, w, T(-1), B(i0, p), c.ldb, nt ? A(p, q) : A(q, p), c.lda, T(1), B(i0, q),
+                c.ldb);
     }
   });
 }
 
-// Tasks are independent: with side 'L' every column of B is its own right-hand side, with 'R' every row, so a
-// task owns whole columns (in multiples of tile_n) or whole rows (in multiples of tile_m) and all of them read A.
 template <typename T>
 void trsm(char side, char uplo, char transa, char diag, int m, int n, T alpha, const T* a, int lda, T* b, int ldb) {
-  if (error::bad_argument("TRSM ", triangular_bad_argument(side, uplo, transa, diag, m, n, lda, ldb))) return;
-  if (m == 0 || n == 0) return;
-  if (helper::is_zero(alpha)) return clear_columns(m, n, b, ldb);
-  if (m <= serial_cutoff && n <= serial_cutoff)
-    return small_trsm(side, uplo, transa, diag, m, n, alpha, a, lda, b, ldb);
-  auto kernel = kernels::get_kernel<T>();
-  const int tile_m = kernel->tile_m, tile_n = kernel->tile_n;
-  const trsm_object<T> record{side, uplo, transa, diag, m, n, alpha, a, lda, b, ldb, std::move(kernel)};
-  if (helper::fold_letter(side) == 'L')
-    threading::launch_grid(m, m, n, tile_n, &record);
-  else
-    threading::launch_grid(m, tile_m, n, n, &record);
+  triangular_front<trsm_object<T>>("TRSM ", small_trsm<T>, side, uplo, transa, diag, m, n, alpha, a, lda, b, ldb);
 }
 
 template void trsm<float>(char, char, char, char, int, int, float, const float*, int, float*, int);
