@@ -188,6 +188,45 @@ void cblas_ctrmm(CBLAS_ORDER order, CBLAS_SIDE side, CBLAS_UPLO uplo, CBLAS_TRAN
 void cblas_ztrmm(CBLAS_ORDER order, CBLAS_SIDE side, CBLAS_UPLO uplo, CBLAS_TRANSPOSE transa, CBLAS_DIAG diag, int m,
                  int n, const void* alpha, const void* a, int lda, void* b, int ldb);
 
+void cblas_ssymm(CBLAS_ORDER order, CBLAS_SIDE side, CBLAS_UPLO uplo, int m, int n, float alpha, const float* a,
+                 int lda, const float* b, int ldb, float beta, float* c, int ldc);
+void cblas_dsymm(CBLAS_ORDER order, CBLAS_SIDE side, CBLAS_UPLO uplo, int m, int n, double alpha, const double* a,
+                 int lda, const double* b, int ldb, double beta, double* c, int ldc);
+void cblas_csymm(CBLAS_ORDER order, CBLAS_SIDE side, CBLAS_UPLO uplo, int m, int n, const void* alpha, const void* a,
+                 int lda, const void* b, int ldb, const void* beta, void* c, int ldc);
+void cblas_zsymm(CBLAS_ORDER order, CBLAS_SIDE side, CBLAS_UPLO uplo, int m, int n, const void* alpha, const void* a,
+                 int lda, const void* b, int ldb, const void* beta, void* c, int ldc);
+void cblas_chemm(CBLAS_ORDER order, CBLAS_SIDE side, CBLAS_UPLO uplo, int m, int n, const void* alpha, const void* a,
+                 int lda, const void* b, int ldb, const void* beta, void* c, int ldc);
+void cblas_zhemm(CBLAS_ORDER order, CBLAS_SIDE side, CBLAS_UPLO uplo, int m, int n, const void* alpha, const void* a,
+                 int lda, const void* b, int ldb, const void* beta, void* c, int ldc);
+
+void cblas_ssyrk(CBLAS_ORDER order, CBLAS_UPLO uplo, CBLAS_TRANSPOSE trans, int n, int k, float alpha, const float* a,
+                 int lda, float beta, float* c, int ldc);
+void cblas_dsyrk(CBLAS_ORDER order, CBLAS_UPLO uplo, CBLAS_TRANSPOSE trans, int n, int k, double alpha, const double* a,
+                 int lda, double beta, double* c, int ldc);
+void cblas_csyrk(CBLAS_ORDER order, CBLAS_UPLO uplo, CBLAS_TRANSPOSE trans, int n, int k, const void* alpha,
+                 const void* a, int lda, const void* beta, void* c, int ldc);
+void cblas_zsyrk(CBLAS_ORDER order, CBLAS_UPLO uplo, CBLAS_TRANSPOSE trans, int n, int k, const void* alpha,
+                 const void* a, int lda, const void* beta, void* c, int ldc);
+void cblas_cherk(CBLAS_ORDER order, CBLAS_UPLO uplo, CBLAS_TRANSPOSE trans, int n, int k, float alpha, const void* a,
+                 int lda, float beta, void* c, int ldc);
+void cblas_zherk(CBLAS_ORDER order, CBLAS_UPLO uplo, CBLAS_TRANSPOSE trans, int n, int k, double alpha, const void* a,
+                 int lda, double beta, void* c, int ldc);
+
+void cblas_ssyr2k(CBLAS_ORDER order, CBLAS_UPLO uplo, CBLAS_TRANSPOSE trans, int n, int k, float alpha, const float* a,
+                  int lda, const float* b, int ldb, float beta, float* c, int ldc);
+void cblas_dsyr2k(CBLAS_ORDER order, CBLAS_UPLO uplo, CBLAS_TRANSPOSE trans, int n, int k, double alpha,
+                  const double* a, int lda, const double* b, int ldb, double beta, double* c, int ldc);
+void cblas_csyr2k(CBLAS_ORDER order, CBLAS_UPLO uplo, CBLAS_TRANSPOSE trans, int n, int k, const void* alpha,
+                  const void* a, int lda, const void* b, int ldb, const void* beta, void* c, int ldc);
+void cblas_zsyr2k(CBLAS_ORDER order, CBLAS_UPLO uplo, CBLAS_TRANSPOSE trans, int n, int k, const void* alpha,
+                  const void* a, int lda, const void* b, int ldb, const void* beta, void* c, int ldc);
+void cblas_cher2k(CBLAS_ORDER order, CBLAS_UPLO uplo, CBLAS_TRANSPOSE trans, int n, int k, const void* alpha,
+                  const void* a, int lda, const void* b, int ldb, float beta, void* c, int ldc);
+void cblas_zher2k(CBLAS_ORDER order, CBLAS_UPLO uplo, CBLAS_TRANSPOSE trans, int n, int k, const void* alpha,
+                  const void* a, int lda, const void* b, int ldb, double beta, void* c, int ldc);
+
 #ifdef __cplusplus
 }
 #endif

@@ -246,6 +246,73 @@ KOVRA_FORTRAN_NAMES(void, ztrmm, ZTRMM,
                     (const char* side, const char* uplo, const char* transa, const char* diag, const int* m,
                      const int* n, const void* alpha, const void* a, const int* lda, void* b, const int* ldb));
 
+/* C := alpha*A*B + beta*C (side 'L') or alpha*B*A + beta*C (side 'R') for a symmetric A, one triangle stored */
+KOVRA_FORTRAN_NAMES(void, ssymm, SSYMM,
+                    (const char* side, const char* uplo, const int* m, const int* n, const float* alpha,
+                     const float* a, const int* lda, const float* b, const int* ldb, const float* beta, float* c,
+                     const int* ldc));
+KOVRA_FORTRAN_NAMES(void, dsymm, DSYMM,
+                    (const char* side, const char* uplo, const int* m, const int* n, const double* alpha,
+                     const double* a, const int* lda, const double* b, const int* ldb, const double* beta, double* c,
+                     const int* ldc));
+KOVRA_FORTRAN_NAMES(void, csymm, CSYMM,
+                    (const char* side, const char* uplo, const int* m, const int* n, const void* alpha, const void* a,
+                     const int* lda, const void* b, const int* ldb, const void* beta, void* c, const int* ldc));
+KOVRA_FORTRAN_NAMES(void, zsymm, ZSYMM,
+                    (const char* side, const char* uplo, const int* m, const int* n, const void* alpha, const void* a,
+                     const int* lda, const void* b, const int* ldb, const void* beta, void* c, const int* ldc));
+/* the same for a Hermitian A */
+KOVRA_FORTRAN_NAMES(void, chemm, CHEMM,
+                    (const char* side, const char* uplo, const int* m, const int* n, const void* alpha, const void* a,
+                     const int* lda, const void* b, const int* ldb, const void* beta, void* c, const int* ldc));
+KOVRA_FORTRAN_NAMES(void, zhemm, ZHEMM,
+                    (const char* side, const char* uplo, const int* m, const int* n, const void* alpha, const void* a,
+                     const int* lda, const void* b, const int* ldb, const void* beta, void* c, const int* ldc));
+
+/* C := alpha*A*A^T + beta*C (trans 'N') or alpha*A^T*A + beta*C on one triangle of a symmetric C */
+KOVRA_FORTRAN_NAMES(void, ssyrk, SSYRK,
+                    (const char* uplo, const char* trans, const int* n, const int* k, const float* alpha,
+                     const float* a, const int* lda, const float* beta, float* c, const int* ldc));
+KOVRA_FORTRAN_NAMES(void, dsyrk, DSYRK,
+                    (const char* uplo, const char* trans, const int* n, const int* k, const double* alpha,
+                     const double* a, const int* lda, const double* beta, double* c, const int* ldc));
+KOVRA_FORTRAN_NAMES(void, csyrk, CSYRK,
+                    (const char* uplo, const char* trans, const int* n, const int* k, const void* alpha, const void* a,
+                     const int* lda, const void* beta, void* c, const int* ldc));
+KOVRA_FORTRAN_NAMES(void, zsyrk, ZSYRK,
+                    (const char* uplo, const char* trans, const int* n, const int* k, const void* alpha, const void* a,
+                     const int* lda, const void* beta, void* c, const int* ldc));
+/* C := alpha*A*A^H + beta*C (trans 'N') or alpha*A^H*A + beta*C on one triangle of a Hermitian C; real alpha, beta */
+KOVRA_FORTRAN_NAMES(void, cherk, CHERK,
+                    (const char* uplo, const char* trans, const int* n, const int* k, const float* alpha,
+                     const void* a, const int* lda, const float* beta, void* c, const int* ldc));
+KOVRA_FORTRAN_NAMES(void, zherk, ZHERK,
+                    (const char* uplo, const char* trans, const int* n, const int* k, const double* alpha,
+                     const void* a, const int* lda, const double* beta, void* c, const int* ldc));
+
+/* C := alpha*A*B^T + alpha*B*A^T + beta*C (trans 'N') or with A^T*B and B^T*A, on one triangle of C */
+KOVRA_FORTRAN_NAMES(void, ssyr2k, SSYR2K,
+                    (const char* uplo, const char* trans, const int* n, const int* k, const float* alpha,
+                     const float* a, const int* lda, const float* b, const int* ldb, const float* beta, float* c,
+                     const int* ldc));
+KOVRA_FORTRAN_NAMES(void, dsyr2k, DSYR2K,
+                    (const char* uplo, const char* trans, const int* n, const int* k, const double* alpha,
+                     const double* a, const int* lda, const double* b, const int* ldb, const double* beta, double* c,
+                     const int* ldc));
+KOVRA_FORTRAN_NAMES(void, csyr2k, CSYR2K,
+                    (const char* uplo, const char* trans, const int* n, const int* k, const void* alpha, const void* a,
+                     const int* lda, const void* b, const int* ldb, const void* beta, void* c, const int* ldc));
+KOVRA_FORTRAN_NAMES(void, zsyr2k, ZSYR2K,
+                    (const char* uplo, const char* trans, const int* n, const int* k, const void* alpha, const void* a,
+                     const int* lda, const void* b, const int* ldb, const void* beta, void* c, const int* ldc));
+/* C := alpha*A*B^H + conj(alpha)*B*A^H + beta*C (trans 'N') or with A^H*B and B^H*A; real beta */
+KOVRA_FORTRAN_NAMES(void, cher2k, CHER2K,
+                    (const char* uplo, const char* trans, const int* n, const int* k, const void* alpha, const void* a,
+                     const int* lda, const void* b, const int* ldb, const float* beta, void* c, const int* ldc));
+KOVRA_FORTRAN_NAMES(void, zher2k, ZHER2K,
+                    (const char* uplo, const char* trans, const int* n, const int* k, const void* alpha, const void* a,
+                     const int* lda, const void* b, const int* ldb, const double* beta, void* c, const int* ldc));
+
 #ifdef __cplusplus
 }
 #endif
