@@ -71,20 +71,31 @@ T scale_parts(real_t<T> r, const T& v) {
   return T(r * v.real(), r * v.imag());
 }
 
-// The Hermitian forms with alpha = 0 and beta not 1: beta 0 clears the triangle ('U' leaves the diagonal
-// as it is), any other beta scales it and keeps only beta times the real part of the diagonal.
+// Column j of a Hermitian update before its terms are added: the off-diagonal rows of the triangle prepared
+// with the real beta, the diagonal reduced to beta times its real part. beta = 0 clears by a byte fill, which
+// for 'U' leaves the diagonal as it was. `upper_keeps_scale` is HER2K's rule for 'U' 'N': its diagonal loses
+// only the imaginary part, and only when beta is neither 0 nor 1.
+template <typename T>
+void prepare_hermitian_column(bool upper, bool upper_keeps_scale, int j, int n, real_t<T> beta, T* cj) {
+  const auto [i0, i1] = triangle_rows(upper, j, n);
+  if (beta == 0) {
+    std::memset(static_cast<void*>(cj + i0), 0, sizeof(T) * (i1 - i0));
+    return;
+  }
+  if (beta != 1)
+    for (int i = upper ? i0 : j + 1; i < i1; ++i) cj[i] = scale_parts(beta, cj[i]);
+  if (upper && upper_keeps_scale) {
+    if (beta != 1) cj[j] = T(cj[j].real(), 0);
+  } else {
+    cj[j] = T(beta == 1 ? cj[j].real() : beta * cj[j].real(), 0);
+  }
+}
+
+// The Hermitian forms with alpha = 0 and beta not 1: every column prepared as above, the diagonal scaled for
+// 'U' too.
 template <typename T>
 void scale_hermitian_triangle(bool upper, int n, real_t<T> beta, T* c, int ldc) {
-  for (int j = 0; j < n; ++j) {
-    T* cj = c + std::ptrdiff_t{j} * ldc;
-    const auto [i0, i1] = triangle_rows(upper, j, n);
-    if (beta == 0) {
-      std::memset(static_cast<void*>(cj + i0), 0, sizeof(T) * (i1 - i0));
-      continue;
-    }
-    for (int i = i0; i < i1; ++i) cj[i] = scale_parts(beta, cj[i]);
-    cj[j] = T(beta * cj[j].real(), 0);
-  }
+  for (int j = 0; j < n; ++j) prepare_hermitian_column(upper, false, j, n, beta, c + std::ptrdiff_t{j} * ldc);
 }
 
 // The path every rank update takes, given the position its checks found: the report, the quick return, then

@@ -44,26 +44,6 @@ void small_syrk(char uplo, char trans, int n, int k, T alpha, const T* a, int ld
   }
 }
 
-// Column j of a Hermitian 'N' update before its terms are added: the off-diagonal rows of the triangle
-// prepared with the real beta, the diagonal reduced to beta times its real part. beta = 0 clears by a byte
-// fill, which for 'U' leaves the diagonal as it was. `upper_keeps_scale` is HER2K's rule for 'U': its diagonal
-// loses only the imaginary part, and only when beta is neither 0 nor 1.
-template <typename T>
-void prepare_hermitian_column(bool upper, bool upper_keeps_scale, int j, int n, real_t<T> beta, T* cj) {
-  const auto [i0, i1] = triangle_rows(upper, j, n);
-  if (beta == 0) {
-    std::memset(static_cast<void*>(cj + i0), 0, sizeof(T) * (i1 - i0));
-    return;
-  }
-  if (beta != 1)
-    for (int i = upper ? i0 : j + 1; i < i1; ++i) cj[i] = scale_parts(beta, cj[i]);
-  if (upper && upper_keeps_scale) {
-    if (beta != 1) cj[j] = T(cj[j].real(), 0);
-  } else {
-    cj[j] = T(beta == 1 ? cj[j].real() : beta * cj[j].real(), 0);
-  }
-}
-
 // The serial Hermitian update; the zero skip of the 'N' loops compares both parts of A(j, l).
 template <typename T, typename R>
 void small_herk(char uplo, char trans, int n, int k, R alpha, const T* a, int lda, R beta, T* c, int ldc) {
