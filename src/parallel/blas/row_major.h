@@ -21,6 +21,10 @@ inline char flip_side(char c) { return c == 'L' ? 'R' : c == 'R' ? 'L' : c; }
 inline char flip_trans(char c) { return c == 'N' ? 'T' : c == 'T' ? 'N' : c; }
 // The Hermitian families know only 'N' and 'C': they change places.
 inline char flip_trans_hermitian(char c) { return c == 'N' ? 'C' : c == 'C' ? 'N' : c; }
+// A rank update of A^T: 'N' becomes 'T' ('C' for the Hermitian forms), and 'T' and 'C' both become 'N'.
+inline char flip_trans_rank(char c, bool hermitian) {
+  return c == 'N' ? (hermitian ? 'C' : 'T') : c == 'T' || c == 'C' ? 'N' : c;
+}
 
 // Conjugates the n logical elements of v in place; nothing for real types.
 template <typename T> void conjugate_in_place(int n, T* v, int inc) {
