@@ -49,6 +49,7 @@ std::vector<bench_case> reduction_cases();
 std::vector<bench_case> level2_cases();
 std::vector<bench_case> level3_cases();
 std::vector<bench_case> triangular_cases();
+std::vector<bench_case> symmetric_cases();
 std::vector<bench_case> rank_update_cases();
 
 // Every case, in table order.

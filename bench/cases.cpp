@@ -12,6 +12,7 @@ std::vector<bench_case> all_cases() {
   for (auto& c : rank_update_cases()) all.push_back(std::move(c));
   for (auto& c : level3_cases()) all.push_back(std::move(c));
   for (auto& c : triangular_cases()) all.push_back(std::move(c));
+  for (auto& c : symmetric_cases()) all.push_back(std::move(c));
   return all;
 }
 
