@@ -64,7 +64,10 @@ void symmetric_product_object<T, Hermitian>::run_tile(threading::scratch*, int i
   const auto B = [&](int i, int j) { return b + i + std::ptrdiff_t{j} * ldb; };
   const int rows = i1 - i0, cols = j1 - j0, p0 = left ? i0 : j0, p1 = left ? i1 : j1, order = left ? m : n;
   T* const target = c + i0 + std::ptrdiff_t{j0} * ldc;
-  small_symmetric_product<Hermitian>(side, uplo, rows, cols, alpha, A(p0, p0), lda, B(i0, j0), ldb, beta, target, ldc);
+  if constexpr (Hermitian)
+    small_hemm(side, uplo, rows, cols, alpha, A(p0, p0), lda, B(i0, j0), ldb, beta, target, ldc);
+  else
+    small_symm(side, uplo, rows, cols, alpha, A(p0, p0), lda, B(i0, j0), ldb, beta, target, ldc);
   const char x = Hermitian ? 'C' : 'T', across = upper == left ? x : 'N', along = upper == left ? 'N' : x;
   const auto strip = [&](char trans, int depth, const T* a_strip, int q) {
     if (depth == 0) return;
