@@ -159,6 +159,68 @@ void cblas_cgerc(CBLAS_ORDER order, int m, int n, const void* alpha, const void*
 void cblas_zgerc(CBLAS_ORDER order, int m, int n, const void* alpha, const void* x, int incx, const void* y, int incy,
                  void* a, int lda);
 
+/* ---- Level 2: triangular solves and products ---- */
+
+/* x := inv(op(A))*x: solves op(A) x = b for a triangular A, b given in x; op one of NoTrans, Trans, ConjTrans */
+void cblas_strsv(CBLAS_ORDER order, CBLAS_UPLO uplo, CBLAS_TRANSPOSE trans, CBLAS_DIAG diag, int n, const float* a,
+                 int lda, float* x, int incx);
+void cblas_dtrsv(CBLAS_ORDER order, CBLAS_UPLO uplo, CBLAS_TRANSPOSE trans, CBLAS_DIAG diag, int n, const double* a,
+                 int lda, double* x, int incx);
+void cblas_ctrsv(CBLAS_ORDER order, CBLAS_UPLO uplo, CBLAS_TRANSPOSE trans, CBLAS_DIAG diag, int n, const void* a,
+                 int lda, void* x, int incx);
+void cblas_ztrsv(CBLAS_ORDER order, CBLAS_UPLO uplo, CBLAS_TRANSPOSE trans, CBLAS_DIAG diag, int n, const void* a,
+                 int lda, void* x, int incx);
+
+/* The same with A in band storage: k off-diagonals, lda at least k + 1 */
+void cblas_stbsv(CBLAS_ORDER order, CBLAS_UPLO uplo, CBLAS_TRANSPOSE trans, CBLAS_DIAG diag, int n, int k,
+                 const float* a, int lda, float* x, int incx);
+void cblas_dtbsv(CBLAS_ORDER order, CBLAS_UPLO uplo, CBLAS_TRANSPOSE trans, CBLAS_DIAG diag, int n, int k,
+                 const double* a, int lda, double* x, int incx);
+void cblas_ctbsv(CBLAS_ORDER order, CBLAS_UPLO uplo, CBLAS_TRANSPOSE trans, CBLAS_DIAG diag, int n, int k,
+                 const void* a, int lda, void* x, int incx);
+void cblas_ztbsv(CBLAS_ORDER order, CBLAS_UPLO uplo, CBLAS_TRANSPOSE trans, CBLAS_DIAG diag, int n, int k,
+                 const void* a, int lda, void* x, int incx);
+
+/* The same with the triangle packed column by column in ap, n(n+1)/2 elements */
+void cblas_stpsv(CBLAS_ORDER order, CBLAS_UPLO uplo, CBLAS_TRANSPOSE trans, CBLAS_DIAG diag, int n, const float* ap,
+                 float* x, int incx);
+void cblas_dtpsv(CBLAS_ORDER order, CBLAS_UPLO uplo, CBLAS_TRANSPOSE trans, CBLAS_DIAG diag, int n, const double* ap,
+                 double* x, int incx);
+void cblas_ctpsv(CBLAS_ORDER order, CBLAS_UPLO uplo, CBLAS_TRANSPOSE trans, CBLAS_DIAG diag, int n, const void* ap,
+                 void* x, int incx);
+void cblas_ztpsv(CBLAS_ORDER order, CBLAS_UPLO uplo, CBLAS_TRANSPOSE trans, CBLAS_DIAG diag, int n, const void* ap,
+                 void* x, int incx);
+
+/* x := op(A)*x for a triangular A */
+void cblas_strmv(CBLAS_ORDER order, CBLAS_UPLO uplo, CBLAS_TRANSPOSE trans, CBLAS_DIAG diag, int n, const float* a,
+                 int lda, float* x, int incx);
+void cblas_dtrmv(CBLAS_ORDER order, CBLAS_UPLO uplo, CBLAS_TRANSPOSE trans, CBLAS_DIAG diag, int n, const double* a,
+                 int lda, double* x, int incx);
+void cblas_ctrmv(CBLAS_ORDER order, CBLAS_UPLO uplo, CBLAS_TRANSPOSE trans, CBLAS_DIAG diag, int n, const void* a,
+                 int lda, void* x, int incx);
+void cblas_ztrmv(CBLAS_ORDER order, CBLAS_UPLO uplo, CBLAS_TRANSPOSE trans, CBLAS_DIAG diag, int n, const void* a,
+                 int lda, void* x, int incx);
+
+/* The same with A in band storage: k off-diagonals, lda at least k + 1 */
+void cblas_stbmv(CBLAS_ORDER order, CBLAS_UPLO uplo, CBLAS_TRANSPOSE trans, CBLAS_DIAG diag, int n, int k,
+                 const float* a, int lda, float* x, int incx);
+void cblas_dtbmv(CBLAS_ORDER order, CBLAS_UPLO uplo, CBLAS_TRANSPOSE trans, CBLAS_DIAG diag, int n, int k,
+                 const double* a, int lda, double* x, int incx);
+void cblas_ctbmv(CBLAS_ORDER order, CBLAS_UPLO uplo, CBLAS_TRANSPOSE trans, CBLAS_DIAG diag, int n, int k,
+                 const void* a, int lda, void* x, int incx);
+void cblas_ztbmv(CBLAS_ORDER order, CBLAS_UPLO uplo, CBLAS_TRANSPOSE trans, CBLAS_DIAG diag, int n, int k,
+                 const void* a, int lda, void* x, int incx);
+
+/* The same with the triangle packed column by column in ap, n(n+1)/2 elements */
+void cblas_stpmv(CBLAS_ORDER order, CBLAS_UPLO uplo, CBLAS_TRANSPOSE trans, CBLAS_DIAG diag, int n, const float* ap,
+                 float* x, int incx);
+void cblas_dtpmv(CBLAS_ORDER order, CBLAS_UPLO uplo, CBLAS_TRANSPOSE trans, CBLAS_DIAG diag, int n, const double* ap,
+                 double* x, int incx);
+void cblas_ctpmv(CBLAS_ORDER order, CBLAS_UPLO uplo, CBLAS_TRANSPOSE trans, CBLAS_DIAG diag, int n, const void* ap,
+                 void* x, int incx);
+void cblas_ztpmv(CBLAS_ORDER order, CBLAS_UPLO uplo, CBLAS_TRANSPOSE trans, CBLAS_DIAG diag, int n, const void* ap,
+                 void* x, int incx);
+
 /* ---- Level 3 ---- */
 
 void cblas_sgemm(CBLAS_ORDER order, CBLAS_TRANSPOSE transa, CBLAS_TRANSPOSE transb, int m, int n, int k, float alpha,

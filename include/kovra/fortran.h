@@ -198,6 +198,92 @@ KOVRA_FORTRAN_NAMES(void, zgerc, ZGERC,
                     (const int* m, const int* n, const void* alpha, const void* x, const int* incx,
                      const void* y, const int* incy, void* a, const int* lda));
 
+/* ---- Level 2: triangular solves and products ---- */
+
+/* x := inv(op(A))*x: solves op(A) x = b for a triangular A, b given in x; op one of 'N', 'T', 'C' */
+KOVRA_FORTRAN_NAMES(void, strsv, STRSV,
+                    (const char* uplo, const char* trans, const char* diag, const int* n, const float* a,
+                     const int* lda, float* x, const int* incx));
+KOVRA_FORTRAN_NAMES(void, dtrsv, DTRSV,
+                    (const char* uplo, const char* trans, const char* diag, const int* n, const double* a,
+                     const int* lda, double* x, const int* incx));
+KOVRA_FORTRAN_NAMES(void, ctrsv, CTRSV,
+                    (const char* uplo, const char* trans, const char* diag, const int* n, const void* a, const int* lda,
+                     void* x, const int* incx));
+KOVRA_FORTRAN_NAMES(void, ztrsv, ZTRSV,
+                    (const char* uplo, const char* trans, const char* diag, const int* n, const void* a, const int* lda,
+                     void* x, const int* incx));
+
+/* The same with A in band storage: k off-diagonals, lda at least k + 1 */
+KOVRA_FORTRAN_NAMES(void, stbsv, STBSV,
+                    (const char* uplo, const char* trans, const char* diag, const int* n, const int* k, const float* a,
+                     const int* lda, float* x, const int* incx));
+KOVRA_FORTRAN_NAMES(void, dtbsv, DTBSV,
+                    (const char* uplo, const char* trans, const char* diag, const int* n, const int* k, const double* a,
+                     const int* lda, double* x, const int* incx));
+KOVRA_FORTRAN_NAMES(void, ctbsv, CTBSV,
+                    (const char* uplo, const char* trans, const char* diag, const int* n, const int* k, const void* a,
+                     const int* lda, void* x, const int* incx));
+KOVRA_FORTRAN_NAMES(void, ztbsv, ZTBSV,
+                    (const char* uplo, const char* trans, const char* diag, const int* n, const int* k, const void* a,
+                     const int* lda, void* x, const int* incx));
+
+/* The same with the triangle packed column by column in ap, n(n+1)/2 elements */
+KOVRA_FORTRAN_NAMES(void, stpsv, STPSV,
+                    (const char* uplo, const char* trans, const char* diag, const int* n, const float* ap, float* x,
+                     const int* incx));
+KOVRA_FORTRAN_NAMES(void, dtpsv, DTPSV,
+                    (const char* uplo, const char* trans, const char* diag, const int* n, const double* ap, double* x,
+                     const int* incx));
+KOVRA_FORTRAN_NAMES(void, ctpsv, CTPSV,
+                    (const char* uplo, const char* trans, const char* diag, const int* n, const void* ap, void* x,
+                     const int* incx));
+KOVRA_FORTRAN_NAMES(void, ztpsv, ZTPSV,
+                    (const char* uplo, const char* trans, const char* diag, const int* n, const void* ap, void* x,
+                     const int* incx));
+
+/* x := op(A)*x for a triangular A */
+KOVRA_FORTRAN_NAMES(void, strmv, STRMV,
+                    (const char* uplo, const char* trans, const char* diag, const int* n, const float* a,
+                     const int* lda, float* x, const int* incx));
+KOVRA_FORTRAN_NAMES(void, dtrmv, DTRMV,
+                    (const char* uplo, const char* trans, const char* diag, const int* n, const double* a,
+                     const int* lda, double* x, const int* incx));
+KOVRA_FORTRAN_NAMES(void, ctrmv, CTRMV,
+                    (const char* uplo, const char* trans, const char* diag, const int* n, const void* a, const int* lda,
+                     void* x, const int* incx));
+KOVRA_FORTRAN_NAMES(void, ztrmv, ZTRMV,
+                    (const char* uplo, const char* trans, const char* diag, const int* n, const void* a, const int* lda,
+                     void* x, const int* incx));
+
+/* The same with A in band storage: k off-diagonals, lda at least k + 1 */
+KOVRA_FORTRAN_NAMES(void, stbmv, STBMV,
+                    (const char* uplo, const char* trans, const char* diag, const int* n, const int* k, const float* a,
+                     const int* lda, float* x, const int* incx));
+KOVRA_FORTRAN_NAMES(void, dtbmv, DTBMV,
+                    (const char* uplo, const char* trans, const char* diag, const int* n, const int* k, const double* a,
+                     const int* lda, double* x, const int* incx));
+KOVRA_FORTRAN_NAMES(void, ctbmv, CTBMV,
+                    (const char* uplo, const char* trans, const char* diag, const int* n, const int* k, const void* a,
+                     const int* lda, void* x, const int* incx));
+KOVRA_FORTRAN_NAMES(void, ztbmv, ZTBMV,
+                    (const char* uplo, const char* trans, const char* diag, const int* n, const int* k, const void* a,
+                     const int* lda, void* x, const int* incx));
+
+/* The same with the triangle packed column by column in ap, n(n+1)/2 elements */
+KOVRA_FORTRAN_NAMES(void, stpmv, STPMV,
+                    (const char* uplo, const char* trans, const char* diag, const int* n, const float* ap, float* x,
+                     const int* incx));
+KOVRA_FORTRAN_NAMES(void, dtpmv, DTPMV,
+                    (const char* uplo, const char* trans, const char* diag, const int* n, const double* ap, double* x,
+                     const int* incx));
+KOVRA_FORTRAN_NAMES(void, ctpmv, CTPMV,
+                    (const char* uplo, const char* trans, const char* diag, const int* n, const void* ap, void* x,
+                     const int* incx));
+KOVRA_FORTRAN_NAMES(void, ztpmv, ZTPMV,
+                    (const char* uplo, const char* trans, const char* diag, const int* n, const void* ap, void* x,
+                     const int* incx));
+
 /* ---- Level 3 ---- */
 
 /* C := alpha*op(A)*op(B) + beta*C, op one of 'N', 'T', 'C' */

@@ -10,7 +10,7 @@ endif()
 set(routines csscal zdscal scabs1 dcabs1 sger dger cgeru zgeru cgerc zgerc srotmg drotmg srot drot csrot zdrot srotm
   drotm sdot ddot cdotu zdotu cdotc zdotc dsdot sdsdot sasum dasum scasum dzasum snrm2 dnrm2 scnrm2 dznrm2 isamax
   idamax icamax izamax isamin idamin icamin izamin chemm zhemm cherk zherk cher2k zher2k)
-foreach(family axpy scal copy swap axpby gemm symm syrk syr2k trsm trmm gemv gbmv rotg)
+foreach(family axpy scal copy swap axpby gemm symm syrk syr2k trsm trmm gemv gbmv rotg trsv tbsv tpsv trmv tbmv tpmv)
   list(APPEND routines s${family} d${family} c${family} z${family})
 endforeach()
 set(expected android_getCpuFamily android_getCpuFeatures android_getCpuCount android_setCpu android_getCpuIdArm
