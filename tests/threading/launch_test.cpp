@@ -15,6 +15,7 @@
 #include <set>
 #include <vector>
 
+#include "parallel/blas/level2/trsv.h"
 #include "parallel/blas/level3/gemm.h"
 #include "parallel/blas/level3/trsm.h"
 #include "support/cases.h"
@@ -167,6 +168,34 @@ TEST(NestedLaunch, TrsmInsideTasks) {
     kovra::threading::launch_blocks(16, 1, 1, 1, &body);
     EXPECT_LE(vesk::testing::deepest_wait(), 2) << workers << " workers";
     EXPECT_TRUE(kovra_test::all_same_bits(b, want)) << workers << " workers";
+  }
+}
+
+// Task -> TRSV -> the Level 1 grids of its long steps: a waiting worker runs only tasks of the group it waits for
+// and Level 1 tiles never wait, so two waits at most stack on a worker (exactly two on one worker, which runs
+// all three levels itself); each run gives the bits of the same call outside tasks.
+struct nested_trsv_body {
+  const std::vector<double>* a;
+  std::vector<double>* x;
+  void run_tile(kovra::threading::scratch*, int r_begin, int r_end, int, int) const {
+    for (int r = r_begin; r < r_end; ++r)
+      kovra::parallel::blas::trsv_front('L', r % 2 ? 'T' : 'N', 'N', 60, a->data(), 60, x->data() + 60 * r, 1);
+  }
+};
+
+TEST(NestedLaunch, TrsvInsideTasks) {
+  for (int workers : {1, 2, 4}) {
+    kovra_test::worker_scope scope(workers);
+    std::vector<double> a = kovra_test::random_values<double>(3600, 5), x = kovra_test::random_values<double>(960, 6);
+    for (int i = 0; i < 60; ++i) a[61 * i] += 4;
+    std::vector<double> want = x;
+    const nested_trsv_body outside{&a, &want}, body{&a, &x};
+    outside.run_tile(nullptr, 0, 16, 0, 1);
+    vesk::testing::reset_deepest_wait();
+    kovra::threading::launch_blocks(16, 1, 1, 1, &body);
+    const int deepest = vesk::testing::deepest_wait();
+    EXPECT_TRUE(deepest <= 2 && (workers > 1 || deepest == 2)) << deepest << " waits on " << workers << " workers";
+    EXPECT_TRUE(kovra_test::all_same_bits(x, want)) << workers << " workers";
   }
 }
 
