@@ -100,13 +100,13 @@ template <typename Entry>
 bench_case triangular_vector_case(const char* name, const char* symbol, Entry ours, bool solve, bool transpose,
                                   bool default_run) {
   constexpr bool band = std::is_same_v<Entry, band_entry>;
-  const int k = band ? band_width : -1;
+  constexpr int k = band ? band_width : -1;
   const std::vector<int>& sizes = band ? band_sizes : full_sizes;
   return bench_case{
       .name = name,
       .family = triangular_vector_family,
       .unit = gigabytes_per_second,
-      .work = [k](int n) { return triangular_vector_operands::bytes(n, k); },
+      .work = [](int n) { return triangular_vector_operands::bytes(n, k); },
       .sizes = sizes,
       .default_run_sizes = default_run ? sizes : std::vector<int>{},
       .make =
