@@ -56,6 +56,12 @@ triangle_storage<T> packed_storage(bool upper, int n, const T* ap) {
   return {storage_form::packed, upper, n, n - 1, ap, 0};
 }
 
+// Whether a triangular solve or product of order n runs serially on the calling thread: n at most 8, and for a
+// band k too (a band of order 5 with 9 off-diagonals still launches).
+inline bool triangular_vector_is_serial(storage_form form, int n, int k) {
+  return n <= serial_cutoff && (form != storage_form::band || k <= serial_cutoff);
+}
+
 // The position of the first bad argument of a triangular solve or product, or 0. The lists are (UPLO, TRANS,
 // DIAG, N, A, LDA, X, INCX), with K after N for the band form, and (UPLO, TRANS, DIAG, N, AP, X, INCX).
 inline int triangular_vector_bad_argument(storage_form form, char uplo, char trans, char diag, int n, int k, int lda,

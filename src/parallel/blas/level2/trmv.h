@@ -7,7 +7,6 @@
 #include <cstddef>
 #include <cstdlib>
 #include <memory>
-#include <type_traits>
 
 #include "error/error.h"
 #include "helper/aligned.h"
@@ -195,8 +194,7 @@ void triangular_product_front(const char* name, storage_form form, char uplo, ch
   if (error::bad_argument(name, triangular_vector_bad_argument(form, uplo, trans, diag, n, k, lda, incx))) return;
   if (n == 0) return;
   const triangle_storage<T> matrix = stored_triangle(form, uplo, n, k, a, lda);
-  if (n <= serial_cutoff && (form != storage_form::band || k <= serial_cutoff))
-    return multiply_in_place(matrix, trans, diag, x, incx);
+  if (triangular_vector_is_serial(form, n, k)) return multiply_in_place(matrix, trans, diag, x, incx);
   const auto kernel = kernels::get_kernel<T>();
   const std::unique_ptr<T, decltype(&std::free)> copy(helper::aligned_array<T>(n), &std::free);
   if (copy == nullptr) return multiply_in_place(matrix, trans, diag, x, incx);

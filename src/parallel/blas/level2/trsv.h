@@ -114,8 +114,7 @@ void triangular_solve_front(const char* name, storage_form form, char uplo, char
   if (error::bad_argument(name, triangular_vector_bad_argument(form, uplo, trans, diag, n, k, lda, incx))) return;
   if (n == 0) return;
   const triangle_storage<T> matrix = stored_triangle(form, uplo, n, k, a, lda);
-  if (n <= serial_cutoff && (form != storage_form::band || k <= serial_cutoff))
-    return solve_in_place<false>(matrix, trans, diag, x, incx);
+  if (triangular_vector_is_serial(form, n, k)) return solve_in_place<false>(matrix, trans, diag, x, incx);
   const triangular_solve_object<T> record{uplo, trans, diag, matrix, x, incx};
   const int columns = form == storage_form::band ? k : 1;
   threading::launch_grid(n, n, columns, columns, &record);
