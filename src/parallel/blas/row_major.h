@@ -43,6 +43,7 @@ template <typename T> void conjugate_in_place(int n, T* v, int inc) {
 // passes on as it is.
 template <typename T> T* conjugated_copy(int n, const T* v, int inc) {
   T* const copy = helper::aligned_array<T>(n);
+  if (copy == nullptr) return copy;
   for (int i = 0; i < n; ++i) copy[i] = helper::CONJG(true, v[logical_offset(i, n, inc)]);
   return copy;
 }
