@@ -221,6 +221,78 @@ void cblas_ctpmv(CBLAS_ORDER order, CBLAS_UPLO uplo, CBLAS_TRANSPOSE trans, CBLA
 void cblas_ztpmv(CBLAS_ORDER order, CBLAS_UPLO uplo, CBLAS_TRANSPOSE trans, CBLAS_DIAG diag, int n, const void* ap,
                  void* x, int incx);
 
+/* ---- Level 2: symmetric and Hermitian products ---- */
+
+/* y := alpha*A*x + beta*y for a symmetric (SYMV) or Hermitian (HEMV) A, one triangle stored; the imaginary
+ * parts of a Hermitian diagonal are not read. Row-major complex calls work on a conjugated copy of x, so an
+ * incx of 0 is not refused there. */
+void cblas_ssymv(CBLAS_ORDER order, CBLAS_UPLO uplo, int n, float alpha, const float* a, int lda, const float* x,
+                 int incx, float beta, float* y, int incy);
+void cblas_dsymv(CBLAS_ORDER order, CBLAS_UPLO uplo, int n, double alpha, const double* a, int lda, const double* x,
+                 int incx, double beta, double* y, int incy);
+void cblas_chemv(CBLAS_ORDER order, CBLAS_UPLO uplo, int n, const void* alpha, const void* a, int lda, const void* x,
+                 int incx, const void* beta, void* y, int incy);
+void cblas_zhemv(CBLAS_ORDER order, CBLAS_UPLO uplo, int n, const void* alpha, const void* a, int lda, const void* x,
+                 int incx, const void* beta, void* y, int incy);
+
+/* The same with A in band storage: k off-diagonals, lda at least k + 1 */
+void cblas_ssbmv(CBLAS_ORDER order, CBLAS_UPLO uplo, int n, int k, float alpha, const float* a, int lda,
+                 const float* x, int incx, float beta, float* y, int incy);
+void cblas_dsbmv(CBLAS_ORDER order, CBLAS_UPLO uplo, int n, int k, double alpha, const double* a, int lda,
+                 const double* x, int incx, double beta, double* y, int incy);
+void cblas_chbmv(CBLAS_ORDER order, CBLAS_UPLO uplo, int n, int k, const void* alpha, const void* a, int lda,
+                 const void* x, int incx, const void* beta, void* y, int incy);
+void cblas_zhbmv(CBLAS_ORDER order, CBLAS_UPLO uplo, int n, int k, const void* alpha, const void* a, int lda,
+                 const void* x, int incx, const void* beta, void* y, int incy);
+
+/* The same with the triangle packed column by column in ap, n(n+1)/2 elements */
+void cblas_sspmv(CBLAS_ORDER order, CBLAS_UPLO uplo, int n, float alpha, const float* ap, const float* x, int incx,
+                 float beta, float* y, int incy);
+void cblas_dspmv(CBLAS_ORDER order, CBLAS_UPLO uplo, int n, double alpha, const double* ap, const double* x, int incx,
+                 double beta, double* y, int incy);
+void cblas_chpmv(CBLAS_ORDER order, CBLAS_UPLO uplo, int n, const void* alpha, const void* ap, const void* x, int incx,
+                 const void* beta, void* y, int incy);
+void cblas_zhpmv(CBLAS_ORDER order, CBLAS_UPLO uplo, int n, const void* alpha, const void* ap, const void* x, int incx,
+                 const void* beta, void* y, int incy);
+
+/* ---- Level 2: symmetric and Hermitian rank updates ---- */
+
+/* A := alpha*x*x^T + A (SYR) or alpha*x*x^H + A (HER, real alpha) on the stored triangle; HER sets the imaginary
+ * parts of the diagonal to 0. Row-major complex calls work on a conjugated copy of x, so an incx of 0 is not
+ * refused there; the same holds for x and y in the packed and rank-two forms below. */
+void cblas_ssyr(CBLAS_ORDER order, CBLAS_UPLO uplo, int n, float alpha, const float* x, int incx, float* a, int lda);
+void cblas_dsyr(CBLAS_ORDER order, CBLAS_UPLO uplo, int n, double alpha, const double* x, int incx, double* a,
+                int lda);
+void cblas_cher(CBLAS_ORDER order, CBLAS_UPLO uplo, int n, float alpha, const void* x, int incx, void* a, int lda);
+void cblas_zher(CBLAS_ORDER order, CBLAS_UPLO uplo, int n, double alpha, const void* x, int incx, void* a, int lda);
+
+/* The same with the triangle packed column by column in ap, n(n+1)/2 elements */
+void cblas_sspr(CBLAS_ORDER order, CBLAS_UPLO uplo, int n, float alpha, const float* x, int incx, float* ap);
+void cblas_dspr(CBLAS_ORDER order, CBLAS_UPLO uplo, int n, double alpha, const double* x, int incx, double* ap);
+void cblas_chpr(CBLAS_ORDER order, CBLAS_UPLO uplo, int n, float alpha, const void* x, int incx, void* ap);
+void cblas_zhpr(CBLAS_ORDER order, CBLAS_UPLO uplo, int n, double alpha, const void* x, int incx, void* ap);
+
+/* A := alpha*x*y^T + alpha*y*x^T + A (SYR2) or alpha*x*y^H + conj(alpha)*y*x^H + A (HER2). For n > 8, HER2
+ * applies alpha, not conj(alpha), to y*x^H in most off-diagonal elements: the same for a real alpha. */
+void cblas_ssyr2(CBLAS_ORDER order, CBLAS_UPLO uplo, int n, float alpha, const float* x, int incx, const float* y,
+                 int incy, float* a, int lda);
+void cblas_dsyr2(CBLAS_ORDER order, CBLAS_UPLO uplo, int n, double alpha, const double* x, int incx, const double* y,
+                 int incy, double* a, int lda);
+void cblas_cher2(CBLAS_ORDER order, CBLAS_UPLO uplo, int n, const void* alpha, const void* x, int incx, const void* y,
+                 int incy, void* a, int lda);
+void cblas_zher2(CBLAS_ORDER order, CBLAS_UPLO uplo, int n, const void* alpha, const void* x, int incx, const void* y,
+                 int incy, void* a, int lda);
+
+/* The same with the triangle packed column by column in ap, n(n+1)/2 elements; HPR2 uses conj(alpha) throughout */
+void cblas_sspr2(CBLAS_ORDER order, CBLAS_UPLO uplo, int n, float alpha, const float* x, int incx, const float* y,
+                 int incy, float* ap);
+void cblas_dspr2(CBLAS_ORDER order, CBLAS_UPLO uplo, int n, double alpha, const double* x, int incx, const double* y,
+                 int incy, double* ap);
+void cblas_chpr2(CBLAS_ORDER order, CBLAS_UPLO uplo, int n, const void* alpha, const void* x, int incx, const void* y,
+                 int incy, void* ap);
+void cblas_zhpr2(CBLAS_ORDER order, CBLAS_UPLO uplo, int n, const void* alpha, const void* x, int incx, const void* y,
+                 int incy, void* ap);
+
 /* ---- Level 3 ---- */
 
 void cblas_sgemm(CBLAS_ORDER order, CBLAS_TRANSPOSE transa, CBLAS_TRANSPOSE transb, int m, int n, int k, float alpha,

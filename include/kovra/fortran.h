@@ -284,6 +284,108 @@ KOVRA_FORTRAN_NAMES(void, ztpmv, ZTPMV,
                     (const char* uplo, const char* trans, const char* diag, const int* n, const void* ap, void* x,
                      const int* incx));
 
+/* ---- Level 2: symmetric and Hermitian products ---- */
+
+/* y := alpha*A*x + beta*y for a symmetric (SYMV) or Hermitian (HEMV) A, one triangle stored; the imaginary
+ * parts of a Hermitian diagonal are not read */
+KOVRA_FORTRAN_NAMES(void, ssymv, SSYMV,
+                    (const char* uplo, const int* n, const float* alpha, const float* a, const int* lda, const float* x,
+                     const int* incx, const float* beta, float* y, const int* incy));
+KOVRA_FORTRAN_NAMES(void, dsymv, DSYMV,
+                    (const char* uplo, const int* n, const double* alpha, const double* a, const int* lda,
+                     const double* x, const int* incx, const double* beta, double* y, const int* incy));
+KOVRA_FORTRAN_NAMES(void, chemv, CHEMV,
+                    (const char* uplo, const int* n, const void* alpha, const void* a, const int* lda, const void* x,
+                     const int* incx, const void* beta, void* y, const int* incy));
+KOVRA_FORTRAN_NAMES(void, zhemv, ZHEMV,
+                    (const char* uplo, const int* n, const void* alpha, const void* a, const int* lda, const void* x,
+                     const int* incx, const void* beta, void* y, const int* incy));
+
+/* The same with A in band storage: k off-diagonals, lda at least k + 1 */
+KOVRA_FORTRAN_NAMES(void, ssbmv, SSBMV,
+                    (const char* uplo, const int* n, const int* k, const float* alpha, const float* a, const int* lda,
+                     const float* x, const int* incx, const float* beta, float* y, const int* incy));
+KOVRA_FORTRAN_NAMES(void, dsbmv, DSBMV,
+                    (const char* uplo, const int* n, const int* k, const double* alpha, const double* a, const int* lda,
+                     const double* x, const int* incx, const double* beta, double* y, const int* incy));
+KOVRA_FORTRAN_NAMES(void, chbmv, CHBMV,
+                    (const char* uplo, const int* n, const int* k, const void* alpha, const void* a, const int* lda,
+                     const void* x, const int* incx, const void* beta, void* y, const int* incy));
+KOVRA_FORTRAN_NAMES(void, zhbmv, ZHBMV,
+                    (const char* uplo, const int* n, const int* k, const void* alpha, const void* a, const int* lda,
+                     const void* x, const int* incx, const void* beta, void* y, const int* incy));
+
+/* The same with the triangle packed column by column in ap, n(n+1)/2 elements */
+KOVRA_FORTRAN_NAMES(void, sspmv, SSPMV,
+                    (const char* uplo, const int* n, const float* alpha, const float* ap, const float* x,
+                     const int* incx, const float* beta, float* y, const int* incy));
+KOVRA_FORTRAN_NAMES(void, dspmv, DSPMV,
+                    (const char* uplo, const int* n, const double* alpha, const double* ap, const double* x,
+                     const int* incx, const double* beta, double* y, const int* incy));
+KOVRA_FORTRAN_NAMES(void, chpmv, CHPMV,
+                    (const char* uplo, const int* n, const void* alpha, const void* ap, const void* x, const int* incx,
+                     const void* beta, void* y, const int* incy));
+KOVRA_FORTRAN_NAMES(void, zhpmv, ZHPMV,
+                    (const char* uplo, const int* n, const void* alpha, const void* ap, const void* x, const int* incx,
+                     const void* beta, void* y, const int* incy));
+
+/* ---- Level 2: symmetric and Hermitian rank updates ---- */
+
+/* A := alpha*x*x^T + A (SYR) or alpha*x*x^H + A (HER, alpha real) on the stored triangle; HER sets the imaginary
+ * parts of the diagonal to 0 */
+KOVRA_FORTRAN_NAMES(void, ssyr, SSYR,
+                    (const char* uplo, const int* n, const float* alpha, const float* x, const int* incx, float* a,
+                     const int* lda));
+KOVRA_FORTRAN_NAMES(void, dsyr, DSYR,
+                    (const char* uplo, const int* n, const double* alpha, const double* x, const int* incx, double* a,
+                     const int* lda));
+KOVRA_FORTRAN_NAMES(void, cher, CHER,
+                    (const char* uplo, const int* n, const float* alpha, const void* x, const int* incx, void* a,
+                     const int* lda));
+KOVRA_FORTRAN_NAMES(void, zher, ZHER,
+                    (const char* uplo, const int* n, const double* alpha, const void* x, const int* incx, void* a,
+                     const int* lda));
+
+/* The same with the triangle packed column by column in ap, n(n+1)/2 elements */
+KOVRA_FORTRAN_NAMES(void, sspr, SSPR,
+                    (const char* uplo, const int* n, const float* alpha, const float* x, const int* incx, float* ap));
+KOVRA_FORTRAN_NAMES(void, dspr, DSPR,
+                    (const char* uplo, const int* n, const double* alpha, const double* x, const int* incx,
+                     double* ap));
+KOVRA_FORTRAN_NAMES(void, chpr, CHPR,
+                    (const char* uplo, const int* n, const float* alpha, const void* x, const int* incx, void* ap));
+KOVRA_FORTRAN_NAMES(void, zhpr, ZHPR,
+                    (const char* uplo, const int* n, const double* alpha, const void* x, const int* incx, void* ap));
+
+/* A := alpha*x*y^T + alpha*y*x^T + A (SYR2) or alpha*x*y^H + conj(alpha)*y*x^H + A (HER2). For n > 8, HER2
+ * applies alpha, not conj(alpha), to y*x^H in most off-diagonal elements: the same for a real alpha. */
+KOVRA_FORTRAN_NAMES(void, ssyr2, SSYR2,
+                    (const char* uplo, const int* n, const float* alpha, const float* x, const int* incx,
+                     const float* y, const int* incy, float* a, const int* lda));
+KOVRA_FORTRAN_NAMES(void, dsyr2, DSYR2,
+                    (const char* uplo, const int* n, const double* alpha, const double* x, const int* incx,
+                     const double* y, const int* incy, double* a, const int* lda));
+KOVRA_FORTRAN_NAMES(void, cher2, CHER2,
+                    (const char* uplo, const int* n, const void* alpha, const void* x, const int* incx, const void* y,
+                     const int* incy, void* a, const int* lda));
+KOVRA_FORTRAN_NAMES(void, zher2, ZHER2,
+                    (const char* uplo, const int* n, const void* alpha, const void* x, const int* incx, const void* y,
+                     const int* incy, void* a, const int* lda));
+
+/* The same with the triangle packed column by column in ap, n(n+1)/2 elements; HPR2 uses conj(alpha) throughout */
+KOVRA_FORTRAN_NAMES(void, sspr2, SSPR2,
+                    (const char* uplo, const int* n, const float* alpha, const float* x, const int* incx,
+                     const float* y, const int* incy, float* ap));
+KOVRA_FORTRAN_NAMES(void, dspr2, DSPR2,
+                    (const char* uplo, const int* n, const double* alpha, const double* x, const int* incx,
+                     const double* y, const int* incy, double* ap));
+KOVRA_FORTRAN_NAMES(void, chpr2, CHPR2,
+                    (const char* uplo, const int* n, const void* alpha, const void* x, const int* incx, const void* y,
+                     const int* incy, void* ap));
+KOVRA_FORTRAN_NAMES(void, zhpr2, ZHPR2,
+                    (const char* uplo, const int* n, const void* alpha, const void* x, const int* incx, const void* y,
+                     const int* incy, void* ap));
+
 /* ---- Level 3 ---- */
 
 /* C := alpha*op(A)*op(B) + beta*C, op one of 'N', 'T', 'C' */

@@ -9,7 +9,9 @@ if(failed)
 endif()
 set(routines csscal zdscal scabs1 dcabs1 sger dger cgeru zgeru cgerc zgerc srotmg drotmg srot drot csrot zdrot srotm
   drotm sdot ddot cdotu zdotu cdotc zdotc dsdot sdsdot sasum dasum scasum dzasum snrm2 dnrm2 scnrm2 dznrm2 isamax
-  idamax icamax izamax isamin idamin icamin izamin chemm zhemm cherk zherk cher2k zher2k)
+  idamax icamax izamax isamin idamin icamin izamin chemm zhemm cherk zherk cher2k zher2k ssymv dsymv chemv zhemv
+  ssbmv dsbmv chbmv zhbmv sspmv dspmv chpmv zhpmv ssyr dsyr cher zher sspr dspr chpr zhpr ssyr2 dsyr2 cher2 zher2
+  sspr2 dspr2 chpr2 zhpr2)
 foreach(family axpy scal copy swap axpby gemm symm syrk syr2k trsm trmm gemv gbmv rotg trsv tbsv tpsv trmv tbmv tpmv)
   list(APPEND routines s${family} d${family} c${family} z${family})
 endforeach()
