@@ -77,6 +77,37 @@ T transposed_dot(int n, const T* column, const T* x, int incx) {
   return is_complex_v<T> ? vec_dotc(n, column, x, incx) : vec_dot(n, column, x, incx);
 }
 
+// The dots of the off-diagonal parts of columns [j, j + width) with x (width at most 4), each summed exactly as
+// transposed_dot sums it alone. Four columns of a full or packed triangle go side by side: upper, the rows
+// [0, j) that all four store and then each column's last rows; lower, each column's first rows and then the rows
+// [j + 4, n) that all four store. A band's columns, and fewer than four, go one at a time.
+template <typename T>
+void off_diagonal_sums(const triangle_storage<T>& A, int j, int width, const T* x, int incx, T* sums) {
+  const int n = A.n;
+  for (int c = 0; c < width; ++c) sums[c] = T(0);
+  if (width < 4 || A.form == storage_form::band) {
+    for (int c = 0; c < width; ++c) {
+      const int col = j + c, r0 = A.upper ? A.first_row(col) : col + 1;
+      const int count = A.upper ? col - r0 : A.end_row(col) - col - 1;
+      sums[c] = transposed_dot(count, count > 0 ? A.at(r0, col) : nullptr, sub_vector(x, r0, count, n, incx), incx);
+    }
+    return;
+  }
+  // Row r of column col, added to that column's sum.
+  const auto add_row = [&](int c, int r) {
+    sums[c] = helper::multiply_add(helper::CONJG(is_complex_v<T>, *A.at(r, j + c)), logical_at(x, r, n, incx), sums[c]);
+  };
+  const int r0 = A.upper ? 0 : j + 4, count = A.upper ? j : n - j - 4;
+  const T* const columns[4] = {A.at(r0, j), A.at(r0, j + 1), A.at(r0, j + 2), A.at(r0, j + 3)};
+  if (!A.upper)
+    for (int c = 0; c < 3; ++c)
+      for (int r = j + c + 1; r < j + 4; ++r) add_row(c, r);
+  if (count > 0) detail::dot_walk4<is_complex_v<T>>(count, columns, sub_vector(x, r0, count, n, incx), incx, sums);
+  if (A.upper)
+    for (int c = 1; c < 4; ++c)
+      for (int r = j; r < j + c; ++r) add_row(c, r);
+}
+
 // The one-pass product with no checks, after the beta pass over all of y: each column adds t = alpha*x_j times
 // its off-diagonal part to those rows and its dot with x to its own row, with the diagonal term. Upper adds
 // t*d to alpha*sum and that to y_j; lower adds t*d to y_j first and then alpha*sum.
@@ -85,15 +116,15 @@ void symmetric_product_in_place(const triangle_storage<T>& A, T alpha, const T* 
   const int n = A.n;
   beta_pass(n, beta, y, incy);
   if (helper::is_zero(alpha)) return;
+  T sums[4];
   for (int j = 0; j < n; ++j) {
-    const T t = helper::mul(alpha, logical_at(x, j, n, incx));
+    if (j % 4 == 0) off_diagonal_sums(A, j, helper::MIN(4, n - j), x, incx, sums);
+    const T t = helper::mul(alpha, logical_at(x, j, n, incx)), sum = sums[j % 4];
     const real_t<T> d = diagonal_value(A.at(j, j));
     const int r0 = A.upper ? A.first_row(j) : j + 1, count = A.upper ? j - r0 : A.end_row(j) - j - 1;
-    const T* const column = count > 0 ? A.at(r0, j) : nullptr;
     T& yj = logical_at(y, j, n, incy);
     if (!A.upper) yj = add_diagonal_term(t, d, yj);
-    vec_axpy(count, t, column, sub_vector(y, r0, count, n, incy), incy);
-    const T sum = transposed_dot(count, column, sub_vector(x, r0, count, n, incx), incx);
+    vec_axpy(count, t, count > 0 ? A.at(r0, j) : nullptr, sub_vector(y, r0, count, n, incy), incy);
     if (A.upper)
       yj = helper::add(yj, add_diagonal_term(t, d, helper::mul(alpha, sum)));
     else
@@ -184,14 +215,13 @@ struct symmetric_vector_object {
     const int n = A.n, s = l - f;
     const auto Y = [&](int i) -> T& { return logical_at(ys, i - f, s, iy); };
     const auto Ys = [&](int from, int count) { return sub_vector(ys, from - f, count, s, iy); };
-    const auto X = [&](int from, int count) { return sub_vector(xv, from, count, n, ix); };
     beta_pass(s, beta, ys, iy);
+    T sums[4];
     for (int j = f; j < l; ++j) {
-      const T t = helper::mul(alpha, logical_at(xv, j, n, ix));
-      const int own = A.upper ? j - f : l - j - 1, r0 = A.upper ? 0 : j + 1, count = A.upper ? j : n - j - 1;
-      const T* const column = count > 0 ? A.at(r0, j) : nullptr;
+      if ((j - f) % 4 == 0) off_diagonal_sums(A, j, helper::MIN(4, l - j), xv, ix, sums);
+      const T t = helper::mul(alpha, logical_at(xv, j, n, ix)), sum = sums[(j - f) % 4];
+      const int own = A.upper ? j - f : l - j - 1;
       if (own > 0) vec_axpy(own, t, A.at(A.upper ? f : j + 1, j), Ys(A.upper ? f : j + 1, own), iy);
-      const T sum = transposed_dot(count, column, X(r0, count), ix);
       Y(j) = helper::add(Y(j), add_diagonal_term(t, diagonal_value(A.at(j, j)), helper::mul(sum, alpha)));
     }
     for (int j = A.upper ? l : 0, end = A.upper ? n : f; j < end; ++j)
