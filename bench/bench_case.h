@@ -48,6 +48,7 @@ std::vector<bench_case> level1_cases();
 std::vector<bench_case> reduction_cases();
 std::vector<bench_case> level2_cases();
 std::vector<bench_case> triangular_vector_cases();
+std::vector<bench_case> symmetric_vector_cases();
 std::vector<bench_case> level3_cases();
 std::vector<bench_case> triangular_cases();
 std::vector<bench_case> symmetric_cases();
