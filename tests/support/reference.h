@@ -7,6 +7,8 @@
 
 #include <cmath>
 #include <complex>
+#include <cstddef>
+#include <cstdlib>
 #include <limits>
 #include <vector>
 
@@ -76,6 +78,17 @@ template <typename T>
                                            << double(off) << " (allowed " << double(want.bound[i]) << ")";
   }
   return ::testing::AssertionSuccess();
+}
+
+// Where element (i, j) of a triangle of order n stands from the start of its storage: full ('R') or band of k
+// off-diagonals ('B'), both with leading dimension ld, or packed columns ('P'); -1 where it isn't stored (the
+// other triangle, outside the band).
+inline std::ptrdiff_t stored_offset(char form, char uplo, int n, int k, int ld, int i, int j) {
+  const bool upper = (uplo & 0xDF) == 'U';
+  if ((upper ? i > j : i < j) || (form == 'B' && std::abs(i - j) > k)) return -1;
+  if (form == 'R') return i + std::ptrdiff_t(ld) * j;
+  if (form == 'B') return (upper ? k + i - j : i - j) + std::ptrdiff_t(ld) * j;
+  return upper ? i + std::ptrdiff_t(j) * (j + 1) / 2 : i - j + std::ptrdiff_t(j) * (2 * n - j + 1) / 2;
 }
 
 }  // namespace kovra_test
