@@ -182,6 +182,21 @@ template <typename T> void kernel_object<T>::scal_kernel(int n, const T* alpha, 
   }
 }
 
+template <typename T>
+std::shared_ptr<image_kernel_object<T>> kernel_object<T>::make_image_kernel(int image_width, int image_height,
+                                                                           int output_width, int output_height,
+                                                                           int stride, int pad_left, int pad_top,
+                                                                           int channels, int filter_x, int filter_y) {
+  if (!image) image = new_image_kernel();
+  image->set_shape(tile_m, tile_n, image_width, image_height, output_width, output_height, stride, pad_left, pad_top,
+                   channels, filter_x, filter_y);
+  return image;
+}
+
+template <typename T> std::shared_ptr<image_kernel_object<T>> kernel_object<T>::new_image_kernel() const {
+  return std::make_shared<image_kernel_object<T>>();
+}
+
 template class kernel_object<float>;
 template class kernel_object<double>;
 template class kernel_object<std::complex<float>>;

@@ -26,13 +26,21 @@
 // axpy_kernel(n, alpha, x, y): y += alpha*x over n contiguous elements. scal_kernel(n, alpha, x):
 // x *= alpha; alpha zero clears x without reading it. Neither does anything for n < 1.
 //
-// The operations write only through their arguments, so one object serves any number of threads. No
-// alignment is assumed by the default bodies.
+// make_image_kernel(shape...): the one cached image kernel of this object (image_kernel_object.h), created at the
+// first call by new_image_kernel and given the call's numbers by assignment at every call, so a second call with
+// other numbers changes the object an earlier caller holds. new_image_kernel: a fresh image kernel of the class
+// that goes with this kernel, numbers unset; the convolution gives each call its own, so that calls of different
+// shapes can run at once.
+//
+// The operations other than make_image_kernel write only through their arguments, so one object serves any number
+// of threads. No alignment is assumed by the default bodies.
 #pragma once
 
 #include <complex>
+#include <memory>
 
 #include "kernels/blocking.h"
+#include "kernels/image_kernel_object.h"
 
 namespace kovra::kernels {
 
@@ -51,6 +59,7 @@ class kernel_object {
   int tile_size;  // always tile_m * tile_n: what one tile packer writes
   int reserved_hint;
   int a_block_slack = 0;  // elements between the packed A and B blocks
+  std::shared_ptr<image_kernel_object<T>> image;  // empty until the first make_image_kernel
 
   virtual void pack_a(const T* src, int ld, T* dst) const;
   virtual void pack_a_trans(const T* src, int ld, T* dst) const;
@@ -62,6 +71,11 @@ class kernel_object {
   virtual void micro_kernel_t(int k, const T* a, const T* b, T* c, int ldc, bool clear) const;
   virtual void axpy_kernel(int n, const T* alpha, const T* x, T* y) const;
   virtual void scal_kernel(int n, const T* alpha, T* x) const;
+  virtual std::shared_ptr<image_kernel_object<T>> make_image_kernel(int image_width, int image_height, int output_width,
+                                                                    int output_height, int stride, int pad_left,
+                                                                    int pad_top, int channels, int filter_x,
+                                                                    int filter_y);
+  virtual std::shared_ptr<image_kernel_object<T>> new_image_kernel() const;
 };
 
 // Where this kernel's packed blocks and edge tile lie in a worker's scratch.
