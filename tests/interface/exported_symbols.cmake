@@ -16,7 +16,7 @@ foreach(family axpy scal copy swap axpby gemm symm syrk syr2k trsm trmm gemv gbm
   list(APPEND routines s${family} d${family} c${family} z${family})
 endforeach()
 set(expected android_getCpuFamily android_getCpuFeatures android_getCpuCount android_setCpu android_getCpuIdArm
-  android_setCpuArm KOVRAVersionString KOVRAVersionInfo)
+  android_setCpuArm KOVRAVersionString KOVRAVersionInfo convolution_mm)
 foreach(routine IN LISTS routines)
   string(TOUPPER ${routine} upper)
   list(APPEND expected ${upper} ${routine} ${routine}_ cblas_${routine})
