@@ -44,7 +44,7 @@ template <typename T> class kernel_neon_fma_scalar : public neon_kernel_base<T> 
 };
 
 // float has 8 by 4 tiles, held in eight quad registers, two per column, and also the only vector form
-// of micro_kernel_t, and a pack_b that prefetches its source and stores aligned.
+// of micro_kernel_t, a pack_b that prefetches its source and stores aligned, and its own image kernel.
 template <> class kernel_neon_fma_scalar<float> : public neon_kernel_base<float> {
  public:
   kernel_neon_fma_scalar(int block_m, int block_n, int block_k)
@@ -56,6 +56,8 @@ template <> class kernel_neon_fma_scalar<float> : public neon_kernel_base<float>
   void micro_kernel_t(int k, const float* a, const float* b, float* c, int ldc, bool clear) const override;
   void axpy_kernel(int n, const float* alpha, const float* x, float* y) const override;
   void scal_kernel(int n, const float* alpha, float* x) const override;
+  // An image_kernel_neon_fma_scalar<float>, whose interleaved packers are vectorised for these 8 by 4 tiles.
+  std::shared_ptr<image_kernel_object<float>> new_image_kernel() const override;
 };
 
 // The kernel with this class's own blocking numbers. Only for processors with VFPv4.

@@ -1,12 +1,14 @@
 // kernel_neon_fma_scalar<float> and <complex<float>>: the register-resident 8 by 4 float micro kernel
 // with fused multiply-adds, run on float panels or on the interleaved parts of 4 by 2 complex panels
 // (with the complex product and alpha applied once per tile), the vector micro_kernel_t, the prefetching
-// pack_b and the float vector kernels. Built with VFPv4 enabled; reached only on processors that report it.
+// pack_b, the float vector kernels and the making of the float image kernel. Built with VFPv4 enabled;
+// reached only on processors that report it.
 #include <arm_neon.h>
 
 #include <complex>
 #include <memory>
 
+#include "kernels/neon/image_kernel_neon_fma_scalar.h"
 #include "kernels/neon/kernel_neon_fma_scalar_complex.h"
 #include "kernels/neon/kernel_neon_fma_scalar.h"
 #include "kernels/neon/neon_cfloat_tile_end.h"
@@ -90,6 +92,10 @@ void kernel_neon_fma_scalar<float>::axpy_kernel(int n, const float* alpha, const
 
 void kernel_neon_fma_scalar<float>::scal_kernel(int n, const float* alpha, float* x) const {
   neon_real::scal_float(n, *alpha, x);
+}
+
+std::shared_ptr<image_kernel_object<float>> kernel_neon_fma_scalar<float>::new_image_kernel() const {
+  return std::make_shared<image_kernel_neon_fma_scalar<float>>();
 }
 
 template <> std::shared_ptr<kernel_object<float>> make_kernel_neon_fma_scalar<float>() {
