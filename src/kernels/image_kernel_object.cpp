@@ -1,6 +1,10 @@
 // Default bodies of image_kernel_object<T>: the portable path and the meaning of each operation. The position of
-// a row's pixel costs a division by output_width, so it is worked out once per row and call, not per element.
+// a row's pixel costs a division by output_width, so the rows of a call are worked out once, from one division.
 #include "kernels/image_kernel_object.h"
+
+#include <cstring>
+
+#include "helper/helper.h"
 
 namespace kovra::kernels {
 
@@ -23,14 +27,21 @@ void image_kernel_object<T>::set_shape(int tile_m, int tile_n, int image_width, 
   this->filter_y = filter_y;
 }
 
+// One division for the first row; the next rows step along the output row and wrap to the next one (a
+// negative output width, whose quotients count down, divides for every row).
 template <typename T>
 void image_kernel_object<T>::pixel_offsets(int x0, int y0, int row, int rows, std::ptrdiff_t* offsets) const {
-  for (int i = 0; i < tile_m; ++i) {
+  int ox = row % output_width, oy = row / output_width;
+  for (int i = 0; i < tile_m; ++i, ++ox) {
     const int r = row + i;
+    if (output_width < 0)
+      ox = r % output_width, oy = r / output_width;
+    else if (ox == output_width)
+      ox = 0, ++oy;
     offsets[i] = -1;
     if (r >= rows) continue;
-    const std::ptrdiff_t x = x0 + std::ptrdiff_t{stride} * (r % output_width);
-    const std::ptrdiff_t y = y0 + std::ptrdiff_t{stride} * (r / output_width);
+    const std::ptrdiff_t x = x0 + std::ptrdiff_t{stride} * ox;
+    const std::ptrdiff_t y = y0 + std::ptrdiff_t{stride} * oy;
     if (x < 0 || x >= image_width || y < 0 || y >= image_height) continue;
     offsets[i] = x + std::ptrdiff_t{image_width} * y;
   }
@@ -38,21 +49,70 @@ void image_kernel_object<T>::pixel_offsets(int x0, int y0, int row, int rows, st
 
 namespace {
 
-// Whole groups of tile_n channels from c_begin while the channel is below c_end and the position below p_end; the
-// value of row i and channel c comes from at(offset of row i, c) where the row's pixel is in the image.
-template <typename T, typename At>
-void pack_groups(const image_kernel_object<T>& k, int c_begin, int c_end, int p, int p_end, T* dst, int x0, int y0,
-                 int row, int rows, At at) {
-  if (c_begin >= c_end || p >= p_end) return;
-  std::ptrdiff_t offsets[image_kernel_object<T>::max_tile_m];
-  k.pixel_offsets(x0, y0, row, rows, offsets);
-  for (int c = c_begin; c < c_end && p < p_end; c += k.tile_n, p += k.tile_n) {
-    for (int t = 0; t < k.tile_n; ++t) {
-      const int channel = c + t;
-      for (int i = 0; i < k.tile_m; ++i)
-        *dst++ = offsets[i] < 0 || channel >= k.channels ? T(0) : at(offsets[i], channel);
+// Whole groups of tile_n channels from c_begin while the channel is below c_end and the position below p_end.
+// Row i's channel c is pixel[i][c * step]: `pixel` holds each row's first channel in the image, null where the row
+// reads zeros. A group that reaches past the last channel writes zeros there instead of reading.
+template <typename T>
+void pack_groups_any(const image_kernel_object<T>& k, int c_begin, int c_end, int p, int p_end, T* dst,
+                     const T* const* pixel, std::ptrdiff_t step) {
+  const int tm = k.tile_m, tn = k.tile_n;
+  for (int c = c_begin; c < c_end && p < p_end; c += tn, p += tn, dst += k.tile_size) {
+    const int whole = helper::MAX(0, helper::MIN(tn, k.channels - c));
+    for (int i = 0; i < tm; ++i) {
+      T* const out = dst + i;
+      if (pixel[i] == nullptr) {
+        for (int t = 0; t < tn; ++t) out[t * tm] = T(0);
+        continue;
+      }
+      const T* const from = pixel[i] + c * step;
+      if (whole == tn) {
+        for (int t = 0; t < tn; ++t) out[t * tm] = from[t * step];
+        continue;
+      }
+      for (int t = 0; t < tn; ++t) out[t * tm] = t < whole ? from[t * step] : T(0);
     }
   }
+}
+
+// The plain kernel's 8 by 4 groups of an interleaved image, the channels of a pixel adjacent: with the sizes fixed
+// the compiler moves each group as a block. Returns false for any other shape.
+template <typename T>
+bool pack_groups_8x4(const image_kernel_object<T>& k, int c_begin, int c_end, int p, int p_end, T* dst,
+                     const T* const* pixel, std::ptrdiff_t step) {
+  if (k.tile_m != 8 || k.tile_n != 4 || step != 1) return false;
+  for (int c = c_begin; c < c_end && p < p_end; c += 4, p += 4, dst += 32) {
+    if (c + 4 > k.channels) {  // the group runs past the last channel: the general form writes its zeros
+      pack_groups_any(k, c, c_end, p, p_end, dst, pixel, step);
+      return true;
+    }
+    T rows[8][4];  // the 4 channels of each row's pixel, then stored channel by channel
+    for (int i = 0; i < 8; ++i) {
+      if (pixel[i] == nullptr)
+        for (int t = 0; t < 4; ++t) rows[i][t] = T(0);
+      else
+        std::memcpy(static_cast<void*>(rows[i]), pixel[i] + c, sizeof rows[i]);
+    }
+    for (int t = 0; t < 4; ++t)
+      for (int i = 0; i < 8; ++i) dst[t * 8 + i] = rows[i][t];
+  }
+  return true;
+}
+
+template <typename T>
+void pack_groups(const image_kernel_object<T>& k, int c_begin, int c_end, int p, int p_end, T* dst,
+                 const T* const* pixel, std::ptrdiff_t step) {
+  if (!pack_groups_8x4(k, c_begin, c_end, p, p_end, dst, pixel, step))
+    pack_groups_any(k, c_begin, c_end, p, p_end, dst, pixel, step);
+}
+
+// The first channel of each of the tile_m rows at a tap, or null, for an image whose pixel offsets are scaled by
+// `pixel_step` (1 planar, channels interleaved).
+template <typename T>
+void row_pixels(const image_kernel_object<T>& k, const T* image, int x0, int y0, int row, int rows,
+                std::ptrdiff_t pixel_step, const T** pixel) {
+  std::ptrdiff_t offsets[image_kernel_object<T>::max_tile_m];
+  k.pixel_offsets(x0, y0, row, rows, offsets);
+  for (int i = 0; i < k.tile_m; ++i) pixel[i] = offsets[i] < 0 ? nullptr : image + pixel_step * offsets[i];
 }
 
 }  // namespace
@@ -60,18 +120,21 @@ void pack_groups(const image_kernel_object<T>& k, int c_begin, int c_end, int p,
 template <typename T>
 void image_kernel_object<T>::pack_channels_planar(int c_begin, int c_end, int p, int p_end, const T* image, T* dst,
                                                   int x0, int y0, int plane, int row, int rows) const {
-  pack_groups(*this, c_begin, c_end, p, p_end, dst, x0, y0, row, rows,
-              [&](std::ptrdiff_t pixel, int c) { return image[pixel + std::ptrdiff_t{plane} * c]; });
+  if (c_begin >= c_end || p >= p_end) return;
+  const T* pixel[max_tile_m] = {};
+  row_pixels(*this, image, x0, y0, row, rows, 1, pixel);
+  pack_groups(*this, c_begin, c_end, p, p_end, dst, pixel, plane);
 }
 
+// The pixel offsets count pixels, each `channels` elements wide; `line` = image_width*channels is that row step.
 template <typename T>
 void image_kernel_object<T>::pack_channels_interleaved(int c_begin, int c_end, int p, int p_end, const T* image, T* dst,
                                                        int x0, int y0, int line, int row, int rows) const {
-  // The pixel offset counts pixels; a pixel of an interleaved image is `channels` elements wide. `line` is
-  // image_width*channels, so the row step is already in the offset.
   (void)line;
-  pack_groups(*this, c_begin, c_end, p, p_end, dst, x0, y0, row, rows,
-              [&](std::ptrdiff_t pixel, int c) { return image[c + std::ptrdiff_t{channels} * pixel]; });
+  if (c_begin >= c_end || p >= p_end) return;
+  const T* pixel[max_tile_m] = {};
+  row_pixels(*this, image, x0, y0, row, rows, channels, pixel);
+  pack_groups(*this, c_begin, c_end, p, p_end, dst, pixel, 1);
 }
 
 template <typename T>

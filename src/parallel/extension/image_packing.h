@@ -24,20 +24,15 @@ void pack_image(const kernels::image_kernel_object<T>& k, int m0, int k0, const 
   const int channels = k.channels, tm = k.tile_m, rows = k.output_width * k.output_height;
   const int plane = k.image_width * k.image_height, line = k.image_width * channels;
   const int c_end = channels / k.tile_n * k.tile_n, tap_depth = k.filter_x * channels;
-  // One channel of the tile_m rows from `row` at a tap: the values, with the zero rule, one by one.
-  const auto single_channel = [&](int row, int x0, int y0, int c, T* out) {
-    std::ptrdiff_t offsets[kernels::image_kernel_object<T>::max_tile_m];
-    k.pixel_offsets(x0, y0, row, rows, offsets);
+  // One channel of the tile_m rows at a tap, their pixels' offsets given: the values, with the zero rule.
+  const auto single_channel = [&](const std::ptrdiff_t* offsets, int c, T* out) {
     for (int i = 0; i < tm; ++i) {
-      if (offsets[i] < 0) {
-        out[i] = T(0);
-      } else {
-        const std::ptrdiff_t at =
-            Interleaved ? c + std::ptrdiff_t{channels} * offsets[i] : offsets[i] + std::ptrdiff_t{plane} * c;
-        out[i] = image[at];
-      }
+      const std::ptrdiff_t at =
+          Interleaved ? c + std::ptrdiff_t{channels} * offsets[i] : offsets[i] + std::ptrdiff_t{plane} * c;
+      out[i] = offsets[i] < 0 ? T(0) : image[at];
     }
   };
+  std::ptrdiff_t offsets[kernels::image_kernel_object<T>::max_tile_m];
   for (int row = m0; row < m0 + mb; row += tm) {
     int fy = k0 / tap_depth, fx = k0 % tap_depth / channels, c = k0 % channels, p = 0;
     for (; fy < k.filter_y && p < kb; fx = 0, ++fy) {
@@ -54,7 +49,9 @@ void pack_image(const kernels::image_kernel_object<T>& k, int m0, int k0, const 
           k.pack_channels_planar(c, c_end, p, kb, image, dst, x0, y0, plane, row, rows);
         const int used = helper::MIN(helper::MAX(c_end - c, 0), kb - p);
         c += used, p += used, dst += std::ptrdiff_t{used} * tm;
-        for (; c < channels && p < kb; ++c, ++p, dst += tm) single_channel(row, x0, y0, c, dst);
+        if (c >= channels || p >= kb) continue;
+        k.pixel_offsets(x0, y0, row, rows, offsets);
+        for (; c < channels && p < kb; ++c, ++p, dst += tm) single_channel(offsets, c, dst);
       }
     }
   }
