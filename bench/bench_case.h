@@ -3,6 +3,7 @@
 #pragma once
 
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -42,6 +43,9 @@ struct bench_case {
   std::vector<int> sizes;              // the sizes run when --n is not given
   std::vector<int> default_run_sizes;  // the sizes run without --cases; empty: not in that run
   std::function<workload(int n, const peer_library* peer)> make;
+  // Optional text at the end of a row, from the size and the seconds per call of KOVRA and of the peer (none
+  // when it did not run): for cases whose size stands for a shape that the rate alone does not tell.
+  std::function<std::string(int n, double ours_seconds, std::optional<double> peer_seconds)> note = {};
 };
 
 std::vector<bench_case> level1_cases();
@@ -53,6 +57,7 @@ std::vector<bench_case> level3_cases();
 std::vector<bench_case> triangular_cases();
 std::vector<bench_case> symmetric_cases();
 std::vector<bench_case> rank_update_cases();
+std::vector<bench_case> convolution_cases();
 
 // Every case, in table order.
 std::vector<bench_case> all_cases();

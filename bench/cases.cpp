@@ -15,6 +15,7 @@ std::vector<bench_case> all_cases() {
   for (auto& c : level3_cases()) all.push_back(std::move(c));
   for (auto& c : triangular_cases()) all.push_back(std::move(c));
   for (auto& c : symmetric_cases()) all.push_back(std::move(c));
+  for (auto& c : convolution_cases()) all.push_back(std::move(c));
   return all;
 }
 

@@ -44,7 +44,9 @@ void rate_table::add(const case_result& row) {
     out_ << std::setw(peer_width_) << (row.peer_rate ? fixed(*row.peer_rate, 2) : "-") << std::setw(12)
          << (row.peer_rate ? fixed(row.ours_rate / *row.peer_rate, 2) : "-");
   }
-  out_ << "  " << check_text(row) << std::endl;
+  out_ << "  " << check_text(row);
+  if (!row.note.empty()) out_ << "  " << row.note;
+  out_ << std::endl;
 }
 
 void print_launch_latency(std::ostream& out, const launch_latency& latency) {

@@ -10,8 +10,9 @@
 
 namespace kovra::bench {
 
-// One row per case and size: KOVRA's rate, the peer's (when `peer_name` is not empty), their ratio and
-// the outcome of the result checks. Rows print as they come, so a long run shows its progress.
+// One row per case and size: KOVRA's rate, the peer's (when `peer_name` is not empty), their ratio, the
+// outcome of the result checks and the case's note, if it has one. Rows print as they come, so a long run
+// shows its progress.
 class rate_table {
  public:
   // `longest_name`: the length of the longest case name the table will show.

@@ -54,18 +54,22 @@ case_result measure_case(const bench_case& c, int n, const peer_library* peer, i
 
   w.reset();
   const auto expected = w.expected();
-  case_result result{c.name, c.unit.name, n, 0, std::nullopt, verdict::not_run, verdict::not_run};
+  case_result result{c.name, c.unit.name, n, 0, std::nullopt, verdict::not_run, verdict::not_run, {}};
   result.ours_check = check(w, w.ours, expected, "KOVRA's", what);
   result.peer_check = check(w, w.peer, expected, "the peer's", what);
 
   let_threads_settle(peer);
   w.reset();
-  result.ours_rate = rate(c, n, time_calls(w.ours, samples));
+  const double ours_seconds = time_calls(w.ours, samples);
+  result.ours_rate = rate(c, n, ours_seconds);
+  std::optional<double> peer_seconds;
   if (w.peer) {
     let_threads_settle(peer);
     w.reset();
-    result.peer_rate = rate(c, n, time_calls(w.peer, samples));
+    peer_seconds = time_calls(w.peer, samples);
+    result.peer_rate = rate(c, n, *peer_seconds);
   }
+  if (c.note) result.note = c.note(n, ours_seconds, peer_seconds);
   return result;
 }
 

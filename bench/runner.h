@@ -20,6 +20,7 @@ struct case_result {
   std::optional<double> peer_rate;  // none without a peer, or if the peer lacks the routine
   verdict ours_check;
   verdict peer_check;
+  std::string note;  // the case's note, empty if it has none
 };
 
 // `samples` timed samples per library. Differences from the reference are also reported on standard
