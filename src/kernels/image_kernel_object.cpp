@@ -143,6 +143,18 @@ void image_kernel_object<T>::pack_three_channels(const T* image, T* dst, int x0,
   (void)line;
   std::ptrdiff_t offsets[max_tile_m];
   pixel_offsets(x0, y0, row, rows, offsets);
+  if (tile_m == 8) {  // the plain kernel's panels: each pixel's three channels moved at once, stored by channel
+    T pixels[8][3];
+    for (int i = 0; i < 8; ++i) {
+      if (offsets[i] < 0)
+        pixels[i][0] = pixels[i][1] = pixels[i][2] = T(0);
+      else
+        std::memcpy(static_cast<void*>(pixels[i]), image + 3 * offsets[i], sizeof pixels[i]);
+    }
+    for (int t = 0; t < 3; ++t)
+      for (int i = 0; i < 8; ++i) dst[t * 8 + i] = pixels[i][t];
+    return;
+  }
   for (int t = 0; t < 3; ++t)
     for (int i = 0; i < tile_m; ++i) *dst++ = offsets[i] < 0 ? T(0) : image[t + 3 * offsets[i]];
 }
