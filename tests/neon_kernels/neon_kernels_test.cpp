@@ -143,7 +143,8 @@ std::vector<family<T>> families() {
        bare,
        [](int, int) { return true; },
        std::is_same_v<T, float>},
-      {"NEON MLA", make_kernel_neon_mla<T>, false, false, false, misaligned, {0, 1, 1}, tail, false}};
+      {"NEON MLA", make_kernel_neon_mla<T>, false, false, false, misaligned, {0, 1, 1}, tail,
+       std::is_same_v<T, float>}};
   if constexpr (!is_complex_v<T>)
     out.push_back({"NEON FMA", make_kernel_neon_fma<T>, true, true, false, {64 / R, 32, 1}, bare, nullptr, false});
   return out;

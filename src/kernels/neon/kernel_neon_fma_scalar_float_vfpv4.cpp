@@ -24,7 +24,6 @@ namespace {
 
 using neon_vfpv4::tile_accumulators;
 using neon_vfpv4::tile_product;
-using neon_real::transpose4;
 
 constexpr int mr = 8;  // rows of the tile: two quad registers per column
 constexpr int nr = 4;  // columns of the tile: one quad register per B step
@@ -72,15 +71,8 @@ void kernel_neon_fma_scalar<float>::micro_kernel_t(int k, const float* a, const 
   if (!clear)
     for (int i = 0; i < 4; ++i) __builtin_prefetch(c + i * ldc);
   const tile_accumulators t = tile_product(k, a, b);
-  const float32x4_t halves[2][4] = {{t.c0_lo, t.c1_lo, t.c2_lo, t.c3_lo}, {t.c0_hi, t.c1_hi, t.c2_hi, t.c3_hi}};
-  for (int h = 0; h < 2; ++h) {
-    float32x4_t rows[4];
-    transpose4(halves[h], rows);
-    for (int i = 0; i < 4; ++i) {
-      float* ci = c + (4 * h + i) * ldc;
-      vst1q_f32(ci, clear ? rows[i] : vaddq_f32(vld1q_f32(ci), rows[i]));
-    }
-  }
+  const float32x4_t cols[2][4] = {{t.c0_lo, t.c1_lo, t.c2_lo, t.c3_lo}, {t.c0_hi, t.c1_hi, t.c2_hi, t.c3_hi}};
+  neon_real::store_tile_by_rows(cols, c, ldc, clear);
 }
 
 // y = fma(alpha, x, y) in every stage.

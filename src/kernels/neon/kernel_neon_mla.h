@@ -11,9 +11,10 @@
 //
 // Arithmetic, which the tests reproduce bit for bit: the product accumulates from zero, acc + a * b with
 // the product rounded, in order of depth; alpha enters once, at the end, by the same multiply-accumulate
-// into C (C + alpha * acc), or as a plain product when clear is set. The vector stages of axpy_kernel use
-// the multiply-accumulate too; its last elements run on the scalar unit with a fused multiply-add (a
-// library call on these cores), so they are rounded once where the others are rounded twice.
+// into C (C + alpha * acc), or as a plain product when clear is set; the float micro_kernel_t stores the same
+// sums by rows with alpha 1. The vector stages of axpy_kernel use the multiply-accumulate too; its last
+// elements run on the scalar unit with a fused multiply-add (a library call on these cores), so they are
+// rounded once where the others are rounded twice.
 #pragma once
 
 #include "kernels/neon/neon_blocking.h"
@@ -38,6 +39,19 @@ template <typename T> class kernel_neon_mla : public neon_kernel_base<T> {
   void micro_kernel(const T* alpha, int k, const T* a, const T* b, T* c, int ldc, bool clear) const override;
   void axpy_kernel(int n, const T* alpha, const T* x, T* y) const override;
   void scal_kernel(int n, const T* alpha, T* x) const override;
+};
+
+// float also stores its tile by rows in vector form (micro_kernel_t), for the convolution's row-major output.
+template <> class kernel_neon_mla<float> : public neon_kernel_base<float> {
+ public:
+  kernel_neon_mla(int block_m, int block_n, int block_k)
+      : neon_kernel_base<float>(block_m, block_n, block_k, mla_blocking<float>::value) {}
+
+  void micro_kernel(const float* alpha, int k, const float* a, const float* b, float* c, int ldc,
+                    bool clear) const override;
+  void micro_kernel_t(int k, const float* a, const float* b, float* c, int ldc, bool clear) const override;
+  void axpy_kernel(int n, const float* alpha, const float* x, float* y) const override;
+  void scal_kernel(int n, const float* alpha, float* x) const override;
 };
 
 // The kernel with this class's own blocking numbers. Needs NEON only.

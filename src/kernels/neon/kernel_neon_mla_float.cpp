@@ -32,7 +32,6 @@ static_assert(neon_real::float_mr == mr && neon_real::float_nr == nr);
 
 // C (columns ldc apart) = alpha * A_panel * B_panel, or C + alpha * that with one multiply-accumulate
 // per element. C is touched once, at the end; with clear set it is not read at all.
-template <>
 void kernel_neon_mla<float>::micro_kernel(const float* alpha, int k, const float* a, const float* b, float* c, int ldc,
                                           bool clear) const {
   const neon_mla::tile_accumulators t = neon_mla::tile_product(k, a, b);
@@ -49,16 +48,24 @@ void kernel_neon_mla<float>::micro_kernel(const float* alpha, int k, const float
   }
 }
 
+// The same product without alpha, stored by rows (row i of the tile at c + i * ldc); without clear, C is added
+// with plain additions, so the bits are those of micro_kernel with alpha 1 stored by columns.
+void kernel_neon_mla<float>::micro_kernel_t(int k, const float* a, const float* b, float* c, int ldc,
+                                            bool clear) const {
+  const neon_mla::tile_accumulators t = neon_mla::tile_product(k, a, b);
+  const float32x4_t cols[2][4] = {{t.acc[0][0], t.acc[1][0], t.acc[2][0], t.acc[3][0]},
+                                  {t.acc[0][1], t.acc[1][1], t.acc[2][1], t.acc[3][1]}};
+  neon_real::store_tile_by_rows(cols, c, ldc, clear);
+}
+
 // y = y + alpha * x with the product rounded in the vector stages; the single elements at the end run
 // on the scalar unit with a fused multiply-add.
-template <>
 void kernel_neon_mla<float>::axpy_kernel(int n, const float* alpha, const float* x, float* y) const {
   neon_real::axpy_float(n, *alpha, x, y, [](float32x4_t yv, float32x4_t av, float32x4_t xv) {
     return vmlaq_f32(yv, av, xv);
   });
 }
 
-template <>
 void kernel_neon_mla<float>::scal_kernel(int n, const float* alpha, float* x) const {
   neon_real::scal_float(n, *alpha, x);
 }

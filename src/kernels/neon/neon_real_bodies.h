@@ -1,5 +1,5 @@
 // Bodies that the NEON kernels of float and double share whatever their multiply-add: the unrolled tile
-// packers, scal_kernel, and the stages of the float axpy_kernel with the vector step passed in. Each kernel
+// packers, the tile's store by rows, scal_kernel, and the stages of the float axpy_kernel with the vector step passed in. Each kernel
 // file calls them from its own overrides.
 //
 // The including files are built for different instruction sets (the *_vfpv4.cpp files with VFPv4, the
@@ -33,6 +33,20 @@ constexpr int float_nr = 4;
   r[1] = vcombine_f32(vget_low_f32(t01.val[1]), vget_low_f32(t23.val[1]));
   r[2] = vcombine_f32(vget_high_f32(t01.val[0]), vget_high_f32(t23.val[0]));
   r[3] = vcombine_f32(vget_high_f32(t01.val[1]), vget_high_f32(t23.val[1]));
+}
+
+// An 8 by 4 tile given by its columns, cols[h][j] holding rows 4h to 4h + 3 of column j, stored by rows: row
+// i, 4 consecutive elements, at c + i * ldc. Without clear each row is added to C with plain additions, which
+// gives the bits of the column store with alpha 1 (C + 1 * acc is C + acc, 1 * acc is acc).
+[[gnu::always_inline]] inline void store_tile_by_rows(const float32x4_t cols[2][4], float* c, int ldc, bool clear) {
+  for (int h = 0; h < 2; ++h) {
+    float32x4_t rows[4];
+    transpose4(cols[h], rows);
+    for (int i = 0; i < 4; ++i) {
+      float* ci = c + (4 * h + i) * ldc;
+      vst1q_f32(ci, clear ? rows[i] : vaddq_f32(vld1q_f32(ci), rows[i]));
+    }
+  }
 }
 
 // 4 source columns of 8 rows, copied as they are.
