@@ -27,11 +27,23 @@ void image_kernel_object<T>::set_shape(int tile_m, int tile_n, int image_width, 
   this->filter_y = filter_y;
 }
 
-// One division for the first row; the next rows step along the output row and wrap to the next one (a
-// negative output width, whose quotients count down, divides for every row).
+// One division for the first row. Rows that stay in one output row (the usual case) share its y and step x by the
+// stride, so each row's test is a compare of x without branches; otherwise the rows step along the output row and
+// wrap to the next one (a negative output width, whose quotients count down, divides for every row).
 template <typename T>
 void image_kernel_object<T>::pixel_offsets(int x0, int y0, int row, int rows, std::ptrdiff_t* offsets) const {
   int ox = row % output_width, oy = row / output_width;
+  if (output_width > 0 && ox + tile_m <= output_width) {
+    const std::ptrdiff_t y = y0 + std::ptrdiff_t{stride} * oy, x = x0 + std::ptrdiff_t{stride} * ox;
+    const bool line_inside = y >= 0 && y < image_height;
+    const std::ptrdiff_t first = x + std::ptrdiff_t{image_width} * y;
+    for (int i = 0; i < tile_m; ++i) {
+      const std::ptrdiff_t step = std::ptrdiff_t{stride} * i;
+      const bool inside = line_inside && row + i < rows && x + step >= 0 && x + step < image_width;
+      offsets[i] = inside ? first + step : -1;
+    }
+    return;
+  }
   for (int i = 0; i < tile_m; ++i, ++ox) {
     const int r = row + i;
     if (output_width < 0)
@@ -141,20 +153,21 @@ template <typename T>
 void image_kernel_object<T>::pack_three_channels(const T* image, T* dst, int x0, int y0, int line, int row,
                                                  int rows) const {
   (void)line;
+  if (tile_m == 8 && output_width > 0 && row + 8 <= rows) {
+    // The plain kernel's panels inside the image and one output row, as most are: eight pixels a stride apart.
+    const int ox = row % output_width, oy = row / output_width;
+    const std::ptrdiff_t x = x0 + std::ptrdiff_t{stride} * ox, y = y0 + std::ptrdiff_t{stride} * oy;
+    if (ox + 8 <= output_width && x >= 0 && x + 7 * std::ptrdiff_t{stride} < image_width && y >= 0 &&
+        y < image_height) {
+      const T* const from = image + 3 * (x + std::ptrdiff_t{image_width} * y);
+      const std::ptrdiff_t step = 3 * std::ptrdiff_t{stride};
+      for (int t = 0; t < 3; ++t)
+        for (int i = 0; i < 8; ++i) dst[t * 8 + i] = from[t + step * i];
+      return;
+    }
+  }
   std::ptrdiff_t offsets[max_tile_m];
   pixel_offsets(x0, y0, row, rows, offsets);
-  if (tile_m == 8) {  // the plain kernel's panels: each pixel's three channels moved at once, stored by channel
-    T pixels[8][3];
-    for (int i = 0; i < 8; ++i) {
-      if (offsets[i] < 0)
-        pixels[i][0] = pixels[i][1] = pixels[i][2] = T(0);
-      else
-        std::memcpy(static_cast<void*>(pixels[i]), image + 3 * offsets[i], sizeof pixels[i]);
-    }
-    for (int t = 0; t < 3; ++t)
-      for (int i = 0; i < 8; ++i) dst[t * 8 + i] = pixels[i][t];
-    return;
-  }
   for (int t = 0; t < 3; ++t)
     for (int i = 0; i < tile_m; ++i) *dst++ = offsets[i] < 0 ? T(0) : image[t + 3 * offsets[i]];
 }
