@@ -1,7 +1,5 @@
-// convolution_mm against a direct convolution loop over both image and both output layouts, with and without
-// accumulate, on 1 and 2 workers; the layouts agreeing bit for bit; depth blocks that start inside a pixel; the
-// checks with their reports; the empty product; the cached image kernel; and calls of different shapes from
-// several application threads at once.
+// convolution_mm against a direct loop in every layout, its checks, the empty product, the cached image kernel,
+// and calls of different shapes from several application threads at once.
 #include "kovra/convolution.h"
 
 #include <gtest/gtest.h>
@@ -146,30 +144,24 @@ TEST(Convolution, RefusalsInOrderLeaveTheOutputAlone) {
                      r.output ? out.data() : nullptr, p.out_width, p.out_height);
     });
     const auto kept = [](float v) { return same_bits(v, sentinel<float>()); };
-    if (r.message.empty()) {
-      EXPECT_EQ(text, "");
-      EXPECT_TRUE(std::none_of(out.begin(), out.end(), kept));
-    } else {
-      EXPECT_EQ(text, "** KOVRA SYSTEM ERROR! " + r.message + "\n");
-      EXPECT_TRUE(std::all_of(out.begin(), out.end(), kept));
-    }
+    // Accepted: nothing reported and every element written. Refused: the report and nothing written.
+    EXPECT_EQ(text, r.message.empty() ? "" : "** KOVRA SYSTEM ERROR! " + r.message + "\n");
+    EXPECT_EQ(std::count_if(out.begin(), out.end(), kept), r.message.empty() ? 0 : std::ssize(out));
   });
 }
 
 // No channels: the depth is 0, no block runs, and the output keeps its bits even without accumulate.
 TEST(Convolution, NoChannelsLeavesTheOutput) {
   const auto before = random_values<float>(5 * 4 * 3, 6);
-  for (const unsigned in : {0u, 1u})
-    for (const unsigned out : {0u, 1u})
-      for (const bool acc : {false, true}) {
-        auto values = before;
-        const float image = 1.0f, filters = 1.0f;  // never read
-        EXPECT_EQ(stderr_of([&] {
-                    convolution_mm(in, out, acc, &image, 5, 4, 0, &filters, 3, 3, 1, 1, values.data(), 5, 4);
-                  }),
-                  "");
-        EXPECT_TRUE(all_same_bits(values, before)) << "input " << in << " output " << out << " accumulate " << acc;
-      }
+  const float image = 1.0f, filters = 1.0f;  // never read
+  for (const unsigned format : {0u, 1u}) {
+    auto values = before;
+    const auto call = [&] {
+      convolution_mm(format, format, false, &image, 5, 4, 0, &filters, 3, 3, 1, 1, values.data(), 5, 4);
+    };
+    EXPECT_EQ(stderr_of(call), "");
+    EXPECT_TRUE(all_same_bits(values, before)) << "format " << format;
+  }
 }
 
 // make_image_kernel hands out one cached object and gives it each call's numbers; a convolution works on its own
@@ -178,8 +170,7 @@ TEST(Convolution, CachedImageKernelTakesTheLastNumbers) {
   const auto kernel = kernels::get_kernel<float>();
   const auto first = kernel->make_image_kernel(7, 6, 5, 4, 2, 1, 3, 5, 3, 2);
   const auto second = kernel->make_image_kernel(9, 8, 7, 6, 3, 0, 2, 4, 5, 1);
-  ASSERT_EQ(first, second);
-  ASSERT_EQ(kernel->image, first);
+  ASSERT_TRUE(first == second && kernel->image == first);
   const auto numbers = [](const kernels::image_kernel_object<float>& k) {
     return std::vector<int>{k.tile_m,       k.tile_n,        k.tile_size, k.image_width, k.image_height,
                             k.output_width, k.output_height, k.stride,    k.pad_left,    k.pad_top,

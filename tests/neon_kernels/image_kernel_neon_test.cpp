@@ -1,13 +1,10 @@
-// The vector image packers of the NEON FMA float kernel against the default bodies of image_kernel_object<float>,
-// bit for bit, with sentinels around dst: the same elements written with the same values, and nothing more. The
-// panels' rows reach left of, right of, above and below the image and past the last row, straddle output rows, and
-// the channel groups start off a multiple of 4 or are cut by the end of the depth run.
+// The vector image packers of the NEON FMA float kernel write, bit for bit, what the default bodies write, and
+// nothing more, wherever the panels' rows and channel groups start and end.
 #include <asm/hwcap.h>
 #include <gtest/gtest.h>
 #include <sys/auxv.h>
 
 #include <memory>
-#include <sstream>
 #include <utility>
 #include <vector>
 
@@ -47,10 +44,8 @@ class ImageKernelNeon : public ::testing::Test {
         for (int x0 : {-2, 0, 2})
           for (int y0 : {-1, 0, 2})
             for (int row : {0, 5, 8}) {
-              std::ostringstream where;
-              where << "tiles " << tile_m << "x" << tile_n << " stride " << stride << " x0 " << x0 << " y0 " << y0
-                    << " row " << row;
-              SCOPED_TRACE(where.str());
+              SCOPED_TRACE(::testing::Message() << "tiles " << tile_m << "x" << tile_n << " stride " << stride << " x0 "
+                                                << x0 << " y0 " << y0 << " row " << row);
               pack(*neon, plain, image.data(), x0, y0, row);
             }
       }
@@ -61,12 +56,10 @@ class ImageKernelNeon : public ::testing::Test {
 TEST_F(ImageKernelNeon, KernelMakesTheVectorForm) {
   const auto kern = kernels::make_kernel_neon_fma_scalar<float>();
   const auto cached = kern->make_image_kernel(width, height, output_width, output_height, 1, 0, 0, 4, 3, 3);
-  EXPECT_NE(dynamic_cast<kernels::image_kernel_neon_fma_scalar<float>*>(cached.get()), nullptr);
-  EXPECT_EQ(cached->tile_m, 8);
-  EXPECT_EQ(cached->tile_n, 4);
   const auto fresh = kern->new_image_kernel();
-  EXPECT_NE(fresh, cached);
-  EXPECT_NE(dynamic_cast<kernels::image_kernel_neon_fma_scalar<float>*>(fresh.get()), nullptr);
+  EXPECT_TRUE(cached->tile_m == 8 && cached->tile_n == 4 && fresh != cached);
+  for (const auto& made : {cached, fresh})
+    EXPECT_NE(dynamic_cast<kernels::image_kernel_neon_fma_scalar<float>*>(made.get()), nullptr);
 }
 
 // Runs from the aligned group start and from channels 1 to 3 (whose last group reaches past `channels` when it is a
