@@ -8,6 +8,20 @@
 # vmls), loads (vector and integer), lane duplications (vdup), prefetches, and everything else, whose
 # mnemonics are listed per iteration at the end of the row. A store or an integer load there is
 # usually a spill.
+#
+# Cycle columns, from LLVM's pipeline model (llvm-mca; set LLVM_MCA to use another binary), each for
+# the Cortex-A57 model and for the Cortex-A9 model:
+#   cyc/step  the main loop as compiled, in cycles per step of depth;
+#   bound     the same loop with only the instructions the kernel cannot do without: multiply-adds,
+#             loads of its operands (reloads from the stack are spills, not operands), vdup,
+#             prefetches, integer add/sub/cmp (counter and addresses) and the backward branch; the
+#             rest (moves, lane swaps and reversals, stores, spills) is removed;
+#   ratio     bound / cyc/step; 1.00 means the extra instructions cost nothing.
+# Only the kernel_neon_mla classes run on a Cortex-A9 (the others need VFPv4); "-" stands in their
+# other rows. The loop is fed to llvm-mca for 200 iterations and its "Total Cycles" divided by the
+# iterations and the steps: unlike "Block RThroughput" this counts the loop-carried latencies that
+# moves add or hide, and the one pipeline fill it also counts is a fraction of a cycle per iteration.
+# Without llvm-mca the cycle columns are left out and a note says so.
 set -euo pipefail
 
 build_dir=${1:-build/armv7}
@@ -35,10 +49,17 @@ trap 'rm -f "$listing"' EXIT
 
 echo "library: $lib"
 python3 - "$listing" "$steps" << 'PY'
+import os
 import re
+import shutil
+import subprocess
 import sys
 
 listing, steps = sys.argv[1], int(sys.argv[2])
+mca = shutil.which(os.environ.get('LLVM_MCA', 'llvm-mca'))
+mca_iterations = 200
+# LLVM's Cortex-A9 leaves NEON out, as the core has it only as an option; it must be asked for.
+mca_cpus = [('A57', ['-mcpu=cortex-a57']), ('A9', ['-mcpu=cortex-a9', '-mattr=+neon'])]
 
 symbol_re = re.compile(r'^[0-9a-f]+ <(.*)>:$')
 insn_re = re.compile(r'^\s*([0-9a-f]+):\s+(\S+)\s*(.*)$')
@@ -91,6 +112,23 @@ def category(op, args):
     return 'other'
 
 
+def is_loop_counter(op):
+    return re.match(r'^(?:add|sub|cmp|cmn)[sw]?(?:\.[nw])?$', op) is not None
+
+
+def is_spill_reload(op, args):
+    # A micro kernel's operands never live on the stack, so a load from it restores a spilled register.
+    return op.startswith('pop') or re.search(r'(?:^|\[)sp\b', args) is not None
+
+
+def prescribed(op, args):
+    """Whether the loop needs the instruction whatever the register allocation (its branch aside)."""
+    c = category(op, args)
+    if c == 'load':
+        return not is_spill_reload(op, args)
+    return c != 'other' or is_loop_counter(op)
+
+
 def main_loop(body):
     """The innermost loop with the most multiply-adds: (first, last) indices into body, or None."""
     loops = []
@@ -112,12 +150,86 @@ def per_step(n):
     return f'{n / steps:.2f}'.rstrip('0').rstrip('.')
 
 
+inverse_condition = dict(eq='ne', ne='eq', cs='cc', cc='cs', hs='lo', lo='hs', mi='pl', pl='mi', vs='vc',
+                         vc='vs', hi='ls', ls='hi', ge='lt', lt='ge', gt='le', le='gt')
+
+
+def mca_source(body, loop, keep):
+    """body[loop] as assembly llvm-mca accepts, without the instructions keep(op, args) refuses; the
+    loop's backward branch is always kept."""
+    first, last = loop
+    low, high = body[first][0], body[last][0]
+    target = lambda m: f'.L{int(m.group(1), 16):x}' if low <= int(m.group(1), 16) <= high else '.Lout'
+    insns, targets, conditions = [], set(), []
+    for i in range(first, last + 1):
+        addr, op, args = body[i]
+        # Branch targets become labels: inside the loop where they point, anywhere else the label after it.
+        args, n = re.subn(r'\b([0-9a-f]+) <.*$', target, args)
+        if n:
+            targets.add(args.split()[-1])
+        # GNU prints alignment hints as "[r1 :64]", LLVM reads "[r1:64]".
+        args = re.sub(r'\s+(:\d+\])', r'\1', args)
+        # llvm-mca has no model for IT: drop it and let the instructions it predicates run always, which
+        # is what the pipeline does with them anyway.
+        m = re.match(r'^it([te]{0,3})$', op)
+        if m:
+            conditions = [args] + [args if c == 't' else inverse_condition[args] for c in m.group(1)]
+            continue
+        if conditions:
+            condition = conditions.pop(0)
+            head, dot, tail = op.partition('.')
+            op = head.removesuffix(condition) + dot + tail
+        insns.append((addr, op, args, i == last or keep(op, args)))
+    lines = []
+    for addr, op, args, kept in insns:
+        if f'.L{addr:x}' in targets:
+            lines.append(f'.L{addr:x}:')
+        if kept:
+            lines.append(f'\t{op}\t{args}')
+    return '\n'.join(lines + ['.Lout:', ''])
+
+
+mca_problems = []
+
+
+def mca_cycles(source, triple, cpu, what):
+    """Cycles per step of depth of the loop in source on the cpu's model, or None if llvm-mca fails."""
+    run = subprocess.run([mca, f'-mtriple={triple}', *cpu, f'-iterations={mca_iterations}',
+                          '-instruction-info=false', '-resource-pressure=false', '-'],
+                         input=source, capture_output=True, text=True)
+    m = re.search(r'^Total Cycles:\s+(\d+)$', run.stdout, re.M)
+    if run.returncode or 'error:' in run.stderr or not m:
+        error = next((l for l in run.stderr.splitlines() if 'error' in l), f'exit status {run.returncode}')
+        mca_problems.append(f'{what}: {error}')
+        return None
+    return int(m.group(1)) / mca_iterations / steps
+
+
+def cycle_columns(name, body, loop):
+    """cyc/step, bound and ratio per model, as in the header comment."""
+    if loop is None:
+        return ['-'] * 3 * len(mca_cpus)
+    # Thumb-2 code has 16-bit instructions, so some sit on addresses that are not multiples of 4.
+    triple = 'thumbv7-linux-gnueabihf' if any(a % 4 for a, _, _ in body) else 'armv7-linux-gnueabihf'
+    columns = []
+    for model, cpu in mca_cpus:
+        if model == 'A9' and not name.startswith('kernel_neon_mla<'):
+            columns += ['-'] * 3
+            continue
+        actual = mca_cycles(mca_source(body, loop, lambda op, args: True), triple, cpu, f'{name} on {model}')
+        bound = mca_cycles(mca_source(body, loop, prescribed), triple, cpu, f'{name} on {model}, bound')
+        shown = lambda c: '?' if c is None else f'{c:.2f}'
+        columns += [shown(actual), shown(bound), shown(None if None in (actual, bound) else bound / actual)]
+    return columns
+
+
 columns = ['fma_vec', 'fma_scal', 'load', 'dup', 'pld', 'other']
 rows = []
 for name, body in kernels():
     loop = main_loop(body)
+    cycles = cycle_columns(name, body, loop) if mca else []
     if loop is None:
-        rows.append([name, 'no loop'] + ['-'] * len(columns) + [''])
+        rows.append([name, 'no loop'] + ['-'] * len(columns) + cycles + [''])
         continue
     counts = dict.fromkeys(columns, 0)
     others = {}
@@ -127,14 +239,16 @@ for name, body in kernels():
         if c == 'other':
             others[op] = others.get(op, 0) + 1
     span = f'{body[loop[0]][0]:x}-{body[loop[1]][0]:x}'
-    rows.append([name, span] + [per_step(counts[c]) for c in columns] +
+    rows.append([name, span] + [per_step(counts[c]) for c in columns] + cycles +
                 [' '.join(f'{op}x{n}' if n > 1 else op for op, n in others.items())])
 
 if not rows:
     print('no micro kernel of a kernel_neon_* class in the library')
     sys.exit(1)
-header = ['micro kernel', 'loop', 'fma vec', 'fma scal', 'loads', 'vdup', 'pld', 'other',
-          f'other, per iteration of {steps} steps']
+header = ['micro kernel', 'loop', 'fma vec', 'fma scal', 'loads', 'vdup', 'pld', 'other']
+if mca:
+    header += [f'{model} {c}' for model, _ in mca_cpus for c in ('cyc/step', 'bound', 'ratio')]
+header += [f'other, per iteration of {steps} steps']
 widths = [max(len(str(r[i])) for r in rows + [header]) for i in range(len(header))]
 line = lambda r: '  '.join(str(v).ljust(w) if i in (0, 1, len(header) - 1) else str(v).rjust(w)
                            for i, (v, w) in enumerate(zip(r, widths))).rstrip()
@@ -143,4 +257,8 @@ print(line(header))
 print(line(['-' * w for w in widths]))
 for r in rows:
     print(line(r))
+if not mca:
+    print('llvm-mca not found (set LLVM_MCA to its path): no cycle columns')
+for problem in mca_problems:
+    print(f'kernel_steps: llvm-mca failed on {problem}', file=sys.stderr)
 PY
