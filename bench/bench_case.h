@@ -43,9 +43,12 @@ struct bench_case {
   std::vector<int> sizes;              // the sizes run when --n is not given
   std::vector<int> default_run_sizes;  // the sizes run without --cases; empty: not in that run
   std::function<workload(int n, const peer_library* peer)> make;
-  // Optional text at the end of a row, from the size and the seconds per call of KOVRA and of the peer (none
-  // when it did not run): for cases whose size stands for a shape that the rate alone does not tell.
+  // Optional text at the end of a row, from the size and the median seconds per call of KOVRA and of the peer
+  // (none when it did not run): for cases whose size stands for a shape that the rate alone does not tell.
   std::function<std::string(int n, double ours_seconds, std::optional<double> peer_seconds)> note = {};
+  // Empty for a routine. A bound case times no routine but the fastest that one of ours can be in the order
+  // it keeps; this line says what it runs, for --help and for the legend under a table that shows it.
+  std::string bound = {};
 };
 
 std::vector<bench_case> level1_cases();

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <utility>
 #include <vector>
 
 #include "vesk/runtime.h"
@@ -37,8 +38,8 @@ launch_latency measure_launch_latency(int launches) {
     const std::chrono::duration<double, std::micro> elapsed = std::chrono::steady_clock::now() - start;
     micros.push_back(elapsed.count());
   }
-  return {workers, launches, percentile(micros, 0.5), percentile(micros, 0.9),
-          *std::min_element(micros.begin(), micros.end())};
+  const auto [best, worst] = std::minmax_element(micros.begin(), micros.end());
+  return {workers, launches, percentile(micros, 0.5), percentile(micros, 0.9), *best, *worst, std::move(micros)};
 }
 
 }  // namespace kovra::bench

@@ -164,9 +164,9 @@ struct axpy_bound_object {
   }
 };
 
-// The peer's column is its own GEMV on the same operands.
+// The peer's column is its own GEMV on the same operands. `bound` says what the case runs.
 template <typename Body>
-bench_case gemv_bound_case(const char* name, bool transpose) {
+bench_case gemv_bound_case(const char* name, bool transpose, const char* bound) {
   return bench_case{
       .name = name,
       .family = level2_family,
@@ -185,7 +185,8 @@ bench_case gemv_bound_case(const char* name, bool transpose) {
               else threading::launch_grid(v->n(), kernel->tile_m, v->n(), v->n(), &body);
             };
             return w;
-          }};
+          },
+      .bound = bound};
 }
 
 template <typename T, typename Fn>
@@ -212,9 +213,13 @@ bench_case gbmv_case(const char* name, const char* symbol, Fn ours) {
 std::vector<bench_case> level2_cases() {
   return {
       gemv_case<double>("DGEMV_N", "cblas_dgemv", &cblas_dgemv, false),
-      gemv_bound_case<axpy_bound_object>("DGEMV_N_AXPY_BOUND", false),
+      gemv_bound_case<axpy_bound_object>(
+          "DGEMV_N_AXPY_BOUND", false,
+          "our DGEMV_N's ceiling: its split, y updated one column at a time in a bare loop; peer: its DGEMV_N"),
       gemv_case<double>("DGEMV_T", "cblas_dgemv", &cblas_dgemv, true),
-      gemv_bound_case<dot_bound_object>("DGEMV_T_DOT_BOUND", true),
+      gemv_bound_case<dot_bound_object>(
+          "DGEMV_T_DOT_BOUND", true,
+          "our DGEMV_T's ceiling: its split, one multiply-add chain per column, bare loop; peer: its DGEMV_T"),
       gemv_case<float>("SGEMV_N", "cblas_sgemv", &cblas_sgemv, false),
       gemv_case<float>("SGEMV_T", "cblas_sgemv", &cblas_sgemv, true),
       gbmv_case<double>("DGBMV", "cblas_dgbmv", &cblas_dgbmv),

@@ -72,19 +72,25 @@ options parse_options(const std::vector<std::string>& args) {
       result.samples = parse_count(name, value());
     else if (name == "--launches")
       result.launches = parse_count(name, value());
+    else if (name == "--csv")
+      result.csv = value();
+    else if (name == "--plot")
+      result.plot = value();
     else
       throw std::invalid_argument("unknown argument '" + args[i] + "'");
   }
   return result;
 }
 
-std::string usage(const std::vector<std::string>& case_lines) {
+std::string usage(const std::vector<std::string>& case_lines, const std::vector<std::string>& bound_lines) {
   const options defaults;
   std::ostringstream text;
   text << "Usage: kovra-bench [options]\n"
-       << "Times KOVRA's routines (GB/s, GFLOPS or kcall/s, best of the samples) and the launch latency of\n"
-       << "its parallel frame; with --peer, the same routines of another BLAS side by side. Every result is\n"
-       << "first checked against a plain reference; a wrong one of KOVRA's makes the exit status 1.\n\n"
+       << "Times KOVRA's routines (GB/s, GFLOPS or kcall/s: rates, higher is better; the median of the samples\n"
+       << "and their min-max) and the launch latency of its parallel frame; with --peer, the same routines of\n"
+       << "another BLAS side by side, the two libraries timed in turns, and KOVRA/peer, the ratio of the\n"
+       << "medians (above 1: KOVRA is faster), with its geometric mean per family under each table. Every\n"
+       << "result is first checked against a plain reference; a wrong one of KOVRA's makes the exit status 1.\n\n"
        << "  --peer PATH        load another BLAS and call its CBLAS entries\n"
        << "                     (e.g. /usr/lib/x86_64-linux-gnu/libopenblas.so.0)\n"
        << "  --workers N[,N..]  restart the runtime with N workers, one table per count; the peer gets\n"
@@ -96,9 +102,16 @@ std::string usage(const std::vector<std::string>& case_lines) {
        << "; fewer for calls so\n"
        << "                     long that they would take more than a few seconds)\n"
        << "  --launches L       timed launches of the launch probe (default " << defaults.launches << ")\n"
+       << "  --csv FILE         write every sample to FILE, one line each (workers, case, family, n, library,\n"
+       << "                     sample, seconds_per_call, rate, unit), after a header line\n"
+       << "  --plot FILE        draw the rates against n as an SVG picture: a panel per family and unit, a\n"
+       << "                     series per case and library, the median with a bar from min to max\n"
        << "  --help             this text\n\n"
        << "Cases (family, name, sizes; * marks the run without --cases):\n";
   for (const auto& line : case_lines) text << "  " << line << "\n";
+  text << "_BOUND cases time no routine but the fastest that ours can be in the order it keeps; they stay out\n"
+       << "of the geometric means:\n";
+  for (const auto& line : bound_lines) text << "  " << line << "\n";
   text << "DGER updates a square column-major A of size n, A = alpha x y^T + A.\n";
   text << "GEMM cases are square column-major products of size n, C = alpha op(A) B + beta C, op(A) = A^T\n"
        << "for the _TN cases; the _CALLS cases count calls per second at small sizes.\n";

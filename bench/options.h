@@ -14,6 +14,8 @@ struct options {
   std::vector<int> sizes;           // sizes n; empty: each case's own
   int samples = 10;                 // timed samples per case and library
   int launches = 20000;             // timed launches of the latency probe
+  std::optional<std::string> csv;   // file for every sample
+  std::optional<std::string> plot;  // SVG file for the rates against size
   bool help = false;
 };
 
@@ -21,7 +23,7 @@ struct options {
 options parse_options(const std::vector<std::string>& args);
 
 // The --help text; `case_lines` list the cases (family, name, sizes with '*' on those of the run
-// without --cases), one per line.
-std::string usage(const std::vector<std::string>& case_lines);
+// without --cases), one per line, and `bound_lines` the bound cases with what each one times.
+std::string usage(const std::vector<std::string>& case_lines, const std::vector<std::string>& bound_lines);
 
 }  // namespace kovra::bench

@@ -116,9 +116,10 @@ int first_tile_length(int n) {
   return split.next(tile) ? tile.m_end - tile.m_begin : 0;
 }
 
-// A bound case: `loop(v, length)` is the library's own tile loop over logical elements [0, length).
+// A bound case: `loop(v, length)` is the library's own tile loop over logical elements [0, length) of the
+// routine `of`.
 template <typename Loop, typename Reference>
-bench_case bound_case(const char* name, int vectors_read, Loop loop, Reference reference) {
+bench_case bound_case(const char* name, const std::string& of, int vectors_read, Loop loop, Reference reference) {
   using loop_fn = double (*)(vector_pair<double>&, int);
   const loop_fn bound = loop;
   bench_case c = reduction_case(
@@ -126,6 +127,7 @@ bench_case bound_case(const char* name, int vectors_read, Loop loop, Reference r
       [](loop_fn f, vector_pair<double>& v) { return f(v, first_tile_length(v.n())); },
       [reference](vector_pair<double>& v) { return reference(v, first_tile_length(v.n())); }, false);
   c.default_run_sizes.clear();  // a measuring aid, run when asked for
+  c.bound = "our " + of + "'s ceiling: its longest tile's loop alone on one thread, rated on the whole call's bytes";
   return c;
 }
 
@@ -139,7 +141,7 @@ std::vector<bench_case> reduction_cases() {
           [](auto ddot, vector_pair<double>& v) { return ddot(v.n(), v.x(), 1, v.y(), 1); },
           [](vector_pair<double>& v) { return reference_dot(v.x(), v.y(), v.n()); }, false),
       bound_case(
-          "DDOT_BOUND", 2,
+          "DDOT_BOUND", "DDOT", 2,
           [](vector_pair<double>& v, int length) { return dot_range<false>(0.0, v.n(), v.x(), 1, v.y(), 1, 0, length); },
           [](vector_pair<double>& v, int length) { return reference_dot(v.x(), v.y(), length); }),
       reduction_case(
@@ -147,14 +149,14 @@ std::vector<bench_case> reduction_cases() {
           [](auto dnrm2, vector_pair<double>& v) { return dnrm2(v.n(), v.x(), 1); },
           [](vector_pair<double>& v) { return reference_nrm2(v.x(), v.n()); }, false),
       bound_case(
-          "DNRM2_BOUND", 1, [](vector_pair<double>& v, int length) { return nrm2_serial(length, v.x(), 1); },
+          "DNRM2_BOUND", "DNRM2", 1, [](vector_pair<double>& v, int length) { return nrm2_serial(length, v.x(), 1); },
           [](vector_pair<double>& v, int length) { return reference_nrm2(v.x(), length); }),
       reduction_case(
           "DASUM", "cblas_dasum", &cblas_dasum, 1,
           [](auto dasum, vector_pair<double>& v) { return dasum(v.n(), v.x(), 1); },
           [](vector_pair<double>& v) { return reference_asum(v.x(), v.n()); }, false),
       bound_case(
-          "DASUM_BOUND", 1, [](vector_pair<double>& v, int length) { return asum_serial(length, v.x(), 1); },
+          "DASUM_BOUND", "DASUM", 1, [](vector_pair<double>& v, int length) { return asum_serial(length, v.x(), 1); },
           [](vector_pair<double>& v, int length) { return reference_asum(v.x(), length); }),
       reduction_case(
           "IDAMAX", "cblas_idamax", &cblas_idamax, 1,

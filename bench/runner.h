@@ -1,26 +1,46 @@
 // Measures one case at one size: checks KOVRA's and the peer's results against the reference, then times
-// each library.
+// the two libraries in turns.
 #pragma once
 
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "bench_case.h"
 #include "peer_library.h"
 
 namespace kovra::bench {
 
+// How our library is named in tables, sample files and plots; the peer goes by its file name.
+inline const std::string ours_name = "KOVRA";
+
 enum class verdict { agrees, differs, not_run };
+
+// One library's timed samples in the order they were taken: seconds per call and the rate in the case's unit.
+struct sample_set {
+  std::vector<double> seconds;
+  std::vector<double> rates;
+
+  double median_rate() const;
+  double min_rate() const;
+  double max_rate() const;
+  double median_seconds() const;
+};
 
 struct case_result {
   std::string name;
+  std::string family;
   std::string unit;
+  std::string bound;  // the case's bound text, empty for a routine
   int n;
-  double ours_rate;                 // best sample, in the case's unit
-  std::optional<double> peer_rate;  // none without a peer, or if the peer lacks the routine
+  sample_set ours;
+  std::optional<sample_set> peer;  // none without a peer, or if the peer lacks the routine
   verdict ours_check;
   verdict peer_check;
   std::string note;  // the case's note, empty if it has none
+
+  // KOVRA's median rate over the peer's; only with a peer.
+  double ratio() const { return ours.median_rate() / peer->median_rate(); }
 };
 
 // `samples` timed samples per library. Differences from the reference are also reported on standard

@@ -72,4 +72,18 @@ std::vector<std::string> describe_cases(const std::vector<bench_case>& all) {
   return lines;
 }
 
+std::vector<std::string> describe_bounds(const std::vector<bench_case>& all) {
+  std::size_t name_width = 0;
+  for (const auto& c : all)
+    if (!c.bound.empty()) name_width = std::max(name_width, c.name.size());
+  std::vector<std::string> lines;
+  for (const auto& c : all) {
+    if (c.bound.empty()) continue;
+    std::ostringstream line;
+    line << std::left << std::setw(static_cast<int>(name_width + 2)) << c.name << c.bound;
+    lines.push_back(line.str());
+  }
+  return lines;
+}
+
 }  // namespace kovra::bench

@@ -30,4 +30,7 @@ selection select_cases(const std::vector<bench_case>& all, const std::vector<std
 // One line per case: family, name and sizes, those of the run without --cases marked with '*'.
 std::vector<std::string> describe_cases(const std::vector<bench_case>& all);
 
+// One line per bound case: its name and what it times.
+std::vector<std::string> describe_bounds(const std::vector<bench_case>& all);
+
 }  // namespace kovra::bench

@@ -2,7 +2,8 @@
 # The main job of KOVRA, from a fresh clone: installs the missing Debian packages, builds the host
 # Release configuration (build/release) and runs kovra-bench on its default cases, side by side with
 # OpenBLAS when it is installed. Arguments, if any, go to kovra-bench instead of the defaults
-# (see: bash tools/run-bench.sh --help).
+# (see: bash tools/run-bench.sh --help). Either way the rates are also drawn to
+# build/release/bench/kovra-bench.svg, unless the arguments name a --plot file of their own.
 set -u -o pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
@@ -18,11 +19,28 @@ bench=$KOVRA_ROOT/build/release/bench/kovra-bench
 if [ -z "${OPENBLAS_CORETYPE:-}" ] && grep -qw avx2 /proc/cpuinfo && grep -qw fma /proc/cpuinfo; then
   export OPENBLAS_CORETYPE=Haswell
 fi
-if [ $# -gt 0 ]; then
-  exec "$bench" "$@"
-fi
+args=("$@")
 openblas=/usr/lib/$(gcc -print-multiarch)/libopenblas.so.0
-if [ -e "$openblas" ]; then
-  exec "$bench" --peer "$openblas"
+if [ $# -eq 0 ] && [ -e "$openblas" ]; then
+  args=(--peer "$openblas")
 fi
-exec "$bench"
+
+# The picture goes next to the program unless the caller chose a file for it or only asked for help. An
+# old picture is removed first, so that the one named at the end is this run's.
+plot=$KOVRA_ROOT/build/release/bench/kovra-bench.svg
+for arg in "${args[@]}"; do
+  case $arg in
+    --plot | --plot=* | --help | -h) plot= ;;
+  esac
+done
+if [ -n "$plot" ]; then
+  rm -f "$plot"
+  args+=(--plot "$plot")
+fi
+
+"$bench" "${args[@]}"
+status=$?
+if [ -n "$plot" ] && [ -s "$plot" ]; then
+  echo "== Plot of the rates against size: $plot"
+fi
+exit $status

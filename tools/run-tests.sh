@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Every test of KOVRA, from a fresh clone: installs the missing Debian packages, then builds and runs
 #   1. the host Release build (all suites, the C and Fortran examples, the exported-symbol and header tests),
+#      with its install and Debian package and programs built against both (tools/check-install.sh),
 #   2. the AddressSanitizer + UndefinedBehaviorSanitizer build (all suites and examples),
 #   3. the ThreadSanitizer build (the suites labelled runtime or threading),
 #   4. the ARMv7 cross build under qemu-arm, once as a Cortex-A15 (NEON + VFPv4) and once as a
@@ -71,8 +72,10 @@ sanitizer_launcher() {
   fi
 }
 
+# pkgconf (pkg-config), dpkg-dev (dpkg-shlibdeps, dpkg-architecture) and file serve the install check and
+# cpack's Debian package.
 ensure_packages cmake ninja-build g++ gfortran googletest ccache libopenblas-dev \
-  g++-arm-linux-gnueabihf gfortran-arm-linux-gnueabihf qemu-user || exit 1
+  g++-arm-linux-gnueabihf gfortran-arm-linux-gnueabihf qemu-user pkgconf dpkg-dev file || exit 1
 
 # 1. Host Release build.
 if configure release -DCMAKE_BUILD_TYPE=Release && build release; then

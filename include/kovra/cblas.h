@@ -5,6 +5,8 @@
 #ifndef KOVRA_CBLAS_H
 #define KOVRA_CBLAS_H
 
+#include <stddef.h>
+
 #ifdef __cplusplus
 extern "C" {
 #endif
@@ -17,7 +19,14 @@ enum CBLAS_DIAG { CblasNonUnit = 131, CblasUnit = 132 };
 enum CBLAS_SIDE { CblasLeft = 141, CblasRight = 142 };
 
 typedef enum CBLAS_ORDER CBLAS_ORDER;
-typedef enum CBLAS_ORDER CBLAS_LAYOUT;
+
+/* The names other CBLAS headers use for the same things, so that programs written for them compile unchanged:
+ * the order under its newer name (also as enum CBLAS_LAYOUT), and the type such programs keep an index result in
+ * (cblas_isamax and its kin return int). */
+#define CBLAS_LAYOUT CBLAS_ORDER
+#ifndef CBLAS_INDEX
+#define CBLAS_INDEX size_t
+#endif
 typedef enum CBLAS_TRANSPOSE CBLAS_TRANSPOSE;
 typedef enum CBLAS_UPLO CBLAS_UPLO;
 typedef enum CBLAS_DIAG CBLAS_DIAG;
