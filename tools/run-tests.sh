@@ -4,10 +4,12 @@
 #      with its install and Debian package and programs built against both (tools/check-install.sh),
 #   2. the AddressSanitizer + UndefinedBehaviorSanitizer build (all suites and examples),
 #   3. the ThreadSanitizer build (the suites labelled runtime or threading),
-#   4. the ARMv7 cross build under qemu-arm, once as a Cortex-A15 (NEON + VFPv4) and once as a
+#   4. the fuzz build (clang, libFuzzer with ASan + UBSan): the target over every exported entry, for a fixed
+#      number of inputs from the committed corpus,
+#   5. the ARMv7 cross build under qemu-arm, once as a Cortex-A15 (NEON + VFPv4) and once as a
 #      Cortex-A9 (NEON without VFPv4).
 # Goes on after a failure, and ends with the line "N passed, N failed" summed over all CTest runs;
-# exits non-zero if anything failed. Build folders: build/release, build/asan, build/tsan, build/armv7.
+# exits non-zero if anything failed. Build folders: build/release, build/asan, build/tsan, build/fuzz, build/armv7.
 set -u -o pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
@@ -73,9 +75,11 @@ sanitizer_launcher() {
 }
 
 # pkgconf (pkg-config), dpkg-dev (dpkg-shlibdeps, dpkg-architecture) and file serve the install check and
-# cpack's Debian package.
+# cpack's Debian package; clang-14 and libclang-rt-14-dev (libFuzzer) the fuzz build; gdb the stress tests'
+# watchdog, which prints every thread's stack when a test hangs.
 ensure_packages cmake ninja-build g++ gfortran googletest ccache libopenblas-dev \
-  g++-arm-linux-gnueabihf gfortran-arm-linux-gnueabihf qemu-user pkgconf dpkg-dev file || exit 1
+  g++-arm-linux-gnueabihf gfortran-arm-linux-gnueabihf qemu-user pkgconf dpkg-dev file \
+  clang-14 libclang-rt-14-dev gdb || exit 1
 
 # 1. Host Release build.
 if configure release -DCMAKE_BUILD_TYPE=Release && build release; then
@@ -115,7 +119,18 @@ else
   fail "ThreadSanitizer build"
 fi
 
-# 4. ARMv7 cross build, tested under qemu-arm as two processors.
+# 4. Fuzz build with clang 14: only the library and the fuzz target (tests/fuzz), whose test runs a fixed
+# number of inputs starting from the committed corpus.
+if launcher=$(sanitizer_launcher address) &&
+  configure fuzz "${sanitizer_build[@]}" -DCMAKE_C_COMPILER=clang-14 -DCMAKE_CXX_COMPILER=clang++-14 \
+    -DKOVRA_FUZZ=ON -DKOVRA_BUILD_TESTS=OFF -DKOVRA_BUILD_EXAMPLES=OFF &&
+  build fuzz kovra_fuzz; then
+  KOVRA_TEST_LAUNCHER=$launcher run_ctest fuzz "Fuzz (libFuzzer, ASan+UBSan)" 600 -L fuzz
+else
+  fail "Fuzz build"
+fi
+
+# 5. ARMv7 cross build, tested under qemu-arm as two processors.
 if configure armv7 -DCMAKE_BUILD_TYPE=Release -DKOVRA_BUILD_BENCH=OFF \
   -DCMAKE_TOOLCHAIN_FILE="$KOVRA_ROOT/cmake/toolchains/armv7-gnueabihf.cmake" &&
   build armv7; then

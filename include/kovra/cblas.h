@@ -11,12 +11,22 @@
 extern "C" {
 #endif
 
+/* In C++ the enumerations are of the fixed type int, as a C enumeration is an int: a C caller may pass any int, and
+ * the entries must be able to hold it to report it as a bad argument (without a fixed type, a C++ enumeration
+ * holds only the values of its enumerators' bit range). */
+#if defined(__cplusplus) && __cplusplus >= 201103L
+#define KOVRA_CBLAS_ENUM(name) enum name : int
+#else
+#define KOVRA_CBLAS_ENUM(name) enum name
+#endif
+
 /* Only CblasColMajor is tested for: any other Order value means row-major. */
-enum CBLAS_ORDER { CblasRowMajor = 101, CblasColMajor = 102 };
-enum CBLAS_TRANSPOSE { CblasNoTrans = 111, CblasTrans = 112, CblasConjTrans = 113 };
-enum CBLAS_UPLO { CblasUpper = 121, CblasLower = 122 };
-enum CBLAS_DIAG { CblasNonUnit = 131, CblasUnit = 132 };
-enum CBLAS_SIDE { CblasLeft = 141, CblasRight = 142 };
+KOVRA_CBLAS_ENUM(CBLAS_ORDER) { CblasRowMajor = 101, CblasColMajor = 102 };
+KOVRA_CBLAS_ENUM(CBLAS_TRANSPOSE) { CblasNoTrans = 111, CblasTrans = 112, CblasConjTrans = 113 };
+KOVRA_CBLAS_ENUM(CBLAS_UPLO) { CblasUpper = 121, CblasLower = 122 };
+KOVRA_CBLAS_ENUM(CBLAS_DIAG) { CblasNonUnit = 131, CblasUnit = 132 };
+KOVRA_CBLAS_ENUM(CBLAS_SIDE) { CblasLeft = 141, CblasRight = 142 };
+#undef KOVRA_CBLAS_ENUM
 
 typedef enum CBLAS_ORDER CBLAS_ORDER;
 
