@@ -57,6 +57,7 @@ std::vector<bench_case> level2_cases();
 std::vector<bench_case> triangular_vector_cases();
 std::vector<bench_case> symmetric_vector_cases();
 std::vector<bench_case> level3_cases();
+std::vector<bench_case> fma_peak_cases();
 std::vector<bench_case> triangular_cases();
 std::vector<bench_case> symmetric_cases();
 std::vector<bench_case> rank_update_cases();

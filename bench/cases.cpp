@@ -13,6 +13,7 @@ std::vector<bench_case> all_cases() {
   for (auto& c : symmetric_vector_cases()) all.push_back(std::move(c));
   for (auto& c : rank_update_cases()) all.push_back(std::move(c));
   for (auto& c : level3_cases()) all.push_back(std::move(c));
+  for (auto& c : fma_peak_cases()) all.push_back(std::move(c));
   for (auto& c : triangular_cases()) all.push_back(std::move(c));
   for (auto& c : symmetric_cases()) all.push_back(std::move(c));
   for (auto& c : convolution_cases()) all.push_back(std::move(c));

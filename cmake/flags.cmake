@@ -10,7 +10,8 @@ target_compile_options(kovra_flags INTERFACE
   -ffp-contract=off -fno-fast-math)
 
 if(CMAKE_SYSTEM_PROCESSOR MATCHES "x86_64|AMD64" AND NOT KOVRA_BASELINE_X86)
-  # x86-64-v3 makes std::fma a single instruction instead of a call into libm.
+  # x86-64-v3 makes std::fma a single instruction instead of a call into libm. The x86 kernels are built for
+  # their own instruction sets either way (src/CMakeLists.txt).
   target_compile_options(kovra_flags INTERFACE -march=x86-64-v3)
 endif()
 

@@ -8,5 +8,11 @@
 #define KOVRA_ARM32 0
 #endif
 
+#if defined(__x86_64__)
+#define KOVRA_X86_64 1
+#else
+#define KOVRA_X86_64 0
+#endif
+
 // Marks the public entries; everything else stays inside libKOVRA.
 #define KOVRA_EXPORT __attribute__((visibility("default")))

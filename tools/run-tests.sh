@@ -90,6 +90,18 @@ fi
 
 # The sanitizer builds use -O1 with line tables only: reports keep their file and line, and the builds
 # take less than half the time of -O2 -g.
+# One x86-64 binary for every processor: the library built for the baseline instruction set, the wider
+# kernels' instructions confined to their own functions, the AVX2 kernel tested as this build made it, and
+# the selection and the portable kernel run on an emulated processor without AVX.
+if [ "$(uname -m)" = x86_64 ]; then
+  if configure baseline -DCMAKE_BUILD_TYPE=Release -DKOVRA_BASELINE_X86=ON -DKOVRA_BUILD_BENCH=OFF \
+    -DKOVRA_BUILD_EXAMPLES=OFF && build baseline KOVRA selection_tests kernel_tests x86_kernel_tests; then
+    run_ctest baseline "x86-64 baseline build" 600 -R 'isa_confined|_without_avx|^x86_kernel_tests|^selection_tests'
+  else
+    fail "x86-64 baseline build"
+  fi
+fi
+
 sanitizer_build=(-DCMAKE_BUILD_TYPE=RelWithDebInfo -DKOVRA_BUILD_BENCH=OFF
   -DCMAKE_C_FLAGS_RELWITHDEBINFO="-O1 -g1" -DCMAKE_CXX_FLAGS_RELWITHDEBINFO="-O1 -g1"
   -DCMAKE_Fortran_FLAGS_RELWITHDEBINFO="-O1 -g1")

@@ -11,10 +11,13 @@
 extern "C" {
 #endif
 
-/* The one family this library reports, on every processor. */
+/* The family of android_getCpuFamily(): ARM builds report KOVRA_CPU_FAMILY_ARM, and so does every
+ * processor without a family of its own; x86-64 builds report KOVRA_CPU_FAMILY_X86_64. */
 #define KOVRA_CPU_FAMILY_ARM 1
+#define KOVRA_CPU_FAMILY_X86_64 5
 
-/* Bits of android_getCpuFeatures(). */
+/* Bits of android_getCpuFeatures() on ARM. The x86-64 bits below share the word; a build reports only the
+ * bits of its own processor. */
 #define ARM_FEATURE_ARMv7 ((uint64_t)0x1)
 #define ARM_FEATURE_VFPv3 ((uint64_t)0x2)
 #define ARM_FEATURE_NEON ((uint64_t)0x4)
@@ -32,6 +35,19 @@ extern "C" {
 #define ARM_FEATURE_SHA1 ((uint64_t)0x4000)
 #define ARM_FEATURE_SHA2 ((uint64_t)0x8000)
 #define ARM_FEATURE_CRC32 ((uint64_t)0x10000)
+
+/* Bits of android_getCpuFeatures() on x86-64. The instruction-set bits say what the processor has (CPUID);
+ * OS_YMM and OS_ZMM say that the operating system saves the 256-bit registers (XCR0 bits 1 and 2), and
+ * also the opmask and 512-bit registers (bits 5, 6 and 7 as well). An instruction set is usable only with
+ * its register state saved: AVX2 and FMA need OS_YMM, the AVX-512 bits need OS_ZMM. */
+#define X86_FEATURE_AVX2 ((uint64_t)0x1)
+#define X86_FEATURE_FMA ((uint64_t)0x2)
+#define X86_FEATURE_AVX512F ((uint64_t)0x4)
+#define X86_FEATURE_AVX512DQ ((uint64_t)0x8)
+#define X86_FEATURE_AVX512VL ((uint64_t)0x10)
+#define X86_FEATURE_AVX512BW ((uint64_t)0x20)
+#define X86_FEATURE_OS_YMM ((uint64_t)0x40)
+#define X86_FEATURE_OS_ZMM ((uint64_t)0x80)
 
 /* Each getter runs the probe if it has not run yet. */
 int android_getCpuFamily(void);

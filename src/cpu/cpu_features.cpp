@@ -16,9 +16,15 @@ int count = 0;
 std::uint32_t cpu_id = 0;
 pthread_once_t once = PTHREAD_ONCE_INIT;
 
+// The processor this build runs on, and the family it reports.
+constexpr kovra::cpu::probe_target build_target = KOVRA_ARM32    ? kovra::cpu::probe_target::arm32
+                                                  : KOVRA_X86_64 ? kovra::cpu::probe_target::x86_64
+                                                                 : kovra::cpu::probe_target::other;
+constexpr int build_family = KOVRA_X86_64 ? KOVRA_CPU_FAMILY_X86_64 : KOVRA_CPU_FAMILY_ARM;
+
 void cpu_init() {
   inited = 1;
-  const kovra::cpu::cpu_state state = kovra::cpu::run_probe(kovra::cpu::system_source(), KOVRA_ARM32);
+  const kovra::cpu::cpu_state state = kovra::cpu::run_probe(kovra::cpu::system_source(), build_target);
   family = state.family;
   features = state.features;
   count = state.count;
@@ -57,7 +63,7 @@ extern "C" KOVRA_EXPORT int android_setCpu(int cpu_count, uint64_t cpu_features)
   if (inited) return 0;
   features = cpu_features;
   count = cpu_count < 1 ? 1 : cpu_count;
-  family = KOVRA_CPU_FAMILY_ARM;
+  family = build_family;
   pthread_once(&once, mark_inited);
   return 1;
 }

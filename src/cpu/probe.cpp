@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <utility>
 
 #include "kovra/cpu_features.h"
 
@@ -58,6 +59,31 @@ std::uint64_t second_word_features(probe_source& source) {
   return features;
 }
 
+// x86-64: the instruction sets from CPUID leaves 1 and 7, and the register state the operating system saves
+// from XCR0. Both kinds are reported as they are; whoever selects code combines them.
+std::uint64_t x86_features(probe_source& source) {
+  enum : unsigned { eax, ebx, ecx };
+  unsigned regs[4];
+  if (!source.cpuid(0, 0, regs) || regs[eax] < 1) return 0;
+  const unsigned max_leaf = regs[eax];
+  if (!source.cpuid(1, 0, regs)) return 0;
+  std::uint64_t features = (regs[ecx] & (1u << 12)) ? X86_FEATURE_FMA : 0;
+  if (regs[ecx] & (1u << 27)) {  // OSXSAVE: XGETBV exists and the system manages XCR0
+    const unsigned long long xcr0 = source.xgetbv0();
+    if ((xcr0 & 0x6) == 0x6) {  // SSE and upper YMM halves
+      features |= X86_FEATURE_OS_YMM;
+      if ((xcr0 & 0xe0) == 0xe0) features |= X86_FEATURE_OS_ZMM;  // opmask, upper ZMM halves, ZMM16-31
+    }
+  }
+  if (max_leaf < 7 || !source.cpuid(7, 0, regs)) return features;
+  static constexpr std::pair<unsigned, std::uint64_t> leaf7_bits[] = {
+      {5, X86_FEATURE_AVX2},      {16, X86_FEATURE_AVX512F}, {17, X86_FEATURE_AVX512DQ},
+      {30, X86_FEATURE_AVX512BW}, {31, X86_FEATURE_AVX512VL}};
+  for (const auto& [bit, feature] : leaf7_bits)
+    if (regs[ebx] & (1u << bit)) features |= feature;
+  return features;
+}
+
 }  // namespace
 
 std::uint64_t apply_hwcap(std::uint64_t features, std::uint32_t hwcap) {
@@ -75,15 +101,19 @@ std::uint64_t apply_hwcap(std::uint64_t features, std::uint32_t hwcap) {
   return features;
 }
 
-cpu_state run_probe(probe_source& source, bool arm32) {
+cpu_state run_probe(probe_source& source, probe_target target) {
   cpu_state state;
+  if (target == probe_target::x86_64) {
+    state.family = KOVRA_CPU_FAMILY_X86_64;
+    state.features = x86_features(source);
+  }
   std::size_t size = 0;
   const field_value buffer = source.cpuinfo(size);
   if (!buffer) return state;
   const std::string_view cpuinfo(buffer.get(), size);
 
   state.count = processor_count(source.present(), source.possible());
-  if (!arm32) return state;
+  if (target != probe_target::arm32) return state;
 
   state.features = architecture_features(cpuinfo);
   const bool translator = source.translator_installed();

@@ -1,6 +1,6 @@
 // The CPU probe: what the processor can do, worked out once from the system's files and the C library's
-// getauxval. The probe reaches the system only through a probe_source, so that every rule can be run on
-// invented contents; system_source() is the real one.
+// getauxval on ARM, from CPUID and XCR0 on x86-64. The probe reaches the system only through a probe_source,
+// so that every rule can be run on invented contents; system_source() is the real one.
 #pragma once
 
 #include <cstdint>
@@ -26,7 +26,15 @@ class probe_source {
   virtual unsigned long getauxval(unsigned long type) = 0;
   // The contents of /proc/self/auxv; empty when it cannot be read.
   virtual std::string auxv() = 0;
+  // CPUID of `leaf` and `subleaf` into regs (eax, ebx, ecx, edx); false on processors without the
+  // instruction. A leaf above the highest one in leaf 0's eax may fail or answer as another leaf.
+  virtual bool cpuid(unsigned leaf, unsigned subleaf, unsigned regs[4]) = 0;
+  // XCR0, the register state the operating system saves; asked only when CPUID reports OSXSAVE.
+  virtual unsigned long long xgetbv0() = 0;
 };
+
+// The processor whose rules the probe applies.
+enum class probe_target { arm32, x86_64, other };
 
 probe_source& system_source();
 
@@ -40,8 +48,9 @@ struct cpu_state {
 // Features from a capability word, each rule applied to the result of the ones before.
 std::uint64_t apply_hwcap(std::uint64_t features, std::uint32_t hwcap);
 
-// Runs the probe. With arm32 false only the family and the processor count are worked out: the files and
-// capability words of other processors do not speak of ARM features.
-cpu_state run_probe(probe_source& source, bool arm32);
+// Runs the probe. For x86-64 the family and the features come from the processor itself, so they are
+// worked out even without /proc/cpuinfo; the count needs that file, as on every processor. For other
+// processors only the count is worked out: their files and capability words do not speak of ARM features.
+cpu_state run_probe(probe_source& source, probe_target target);
 
 }  // namespace kovra::cpu

@@ -1,5 +1,6 @@
-// The probe's one contact with the system: the real files, the translator check and getauxval found
-// by name at run time. The rules that read what comes back live in probe.cpp and cpuinfo_text.cpp.
+// The probe's one contact with the system: the real files, the translator check, getauxval found
+// by name at run time, and CPUID and XGETBV on x86-64. The rules that read what comes back live in probe.cpp
+// and cpuinfo_text.cpp.
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <unistd.h>
@@ -7,6 +8,11 @@
 #include <cerrno>
 
 #include "cpu/probe.h"
+#include "platform.h"
+
+#if KOVRA_X86_64
+#include <cpuid.h>
+#endif
 
 namespace kovra::cpu {
 
@@ -107,6 +113,23 @@ class real_source final : public probe_source {
     for (ssize_t got; (got = read_retrying(f.fd(), block, sizeof block)) > 0;) contents.append(block, static_cast<std::size_t>(got));
     return contents;
   }
+
+#if KOVRA_X86_64
+  // __get_cpuid_count refuses a leaf above the highest one that __get_cpuid_max finds.
+  bool cpuid(unsigned leaf, unsigned subleaf, unsigned regs[4]) override {
+    return __get_cpuid_count(leaf, subleaf, &regs[0], &regs[1], &regs[2], &regs[3]) != 0;
+  }
+
+  // Written out rather than the _xgetbv intrinsic, which needs this file compiled with -mxsave.
+  unsigned long long xgetbv0() override {
+    unsigned low, high;
+    __asm__("xgetbv" : "=a"(low), "=d"(high) : "c"(0u));
+    return static_cast<unsigned long long>(high) << 32 | low;
+  }
+#else
+  bool cpuid(unsigned, unsigned, unsigned*) override { return false; }
+  unsigned long long xgetbv0() override { return 0; }
+#endif
 };
 
 }  // namespace

@@ -2,6 +2,7 @@
 // the per-type singleton that runs it once.
 #include "kernels/get_kernel.h"
 
+#include <cstdint>
 #include <iterator>
 
 #include "kovra/cpu_features.h"
@@ -10,6 +11,9 @@
 #if KOVRA_ARM32
 #include "kernels/neon/kernel_neon_fma_scalar_complex.h"
 #include "kernels/neon/kernel_neon_mla_complex.h"
+#endif
+#if KOVRA_X86_64
+#include "kernels/x86/kernel_x86.h"
 #endif
 
 namespace kovra::kernels {
@@ -27,6 +31,13 @@ template <typename T> struct kernel_choice {
 // Each test reads the feature word afresh; the probe behind it runs once per process.
 [[maybe_unused]] bool has_neon_fma() { return (android_getCpuFeatures() & ARM_FEATURE_NEON_FMA) != 0; }
 [[maybe_unused]] bool has_neon() { return (android_getCpuFeatures() & ARM_FEATURE_NEON) != 0; }
+// The x86 kernels need the instruction sets and the operating system's saving of their registers, which
+// the probe reports as bits of their own.
+[[maybe_unused]] bool has_all(std::uint64_t bits) { return (android_getCpuFeatures() & bits) == bits; }
+[[maybe_unused]] bool has_avx2_fma() { return has_all(X86_FEATURE_AVX2 | X86_FEATURE_FMA | X86_FEATURE_OS_YMM); }
+[[maybe_unused]] bool has_avx512() {
+  return has_avx2_fma() && has_all(X86_FEATURE_AVX512F | X86_FEATURE_OS_ZMM);
+}
 bool any_processor() { return true; }
 
 template <typename T> std::shared_ptr<kernel_object<T>> make_plain_kernel() {
@@ -35,13 +46,17 @@ template <typename T> std::shared_ptr<kernel_object<T>> make_plain_kernel() {
 
 // Every type chooses by the same tests, so kernel_name reads the same whichever type chose last. The
 // fused kernels are built for VFPv4 and must never be made on a core without it: NEON_FMA is the only
-// feature bit that promises both.
+// feature bit that promises both. Likewise the x86 kernels are built for their instruction sets alone.
 template <typename T>
 constexpr kernel_choice<T> kernel_choices[] = {
     // processor test   factory                           kernel_name
 #if KOVRA_ARM32
     {has_neon_fma,      make_kernel_neon_fma_scalar<T>,   "NEON FMA"},
     {has_neon,          make_kernel_neon_mla<T>,          "NEON"},
+#endif
+#if KOVRA_X86_64
+    {has_avx512,        make_x86_kernel<T, avx512>,       "AVX-512"},
+    {has_avx2_fma,      make_x86_kernel<T, avx2_fma>,     "AVX2 FMA"},
 #endif
     {any_processor,     make_plain_kernel<T>,             "none"},
 };

@@ -1,11 +1,12 @@
 // The probe's steps over an invented system (the capability word, the features, the architecture and id
-// rules, other processors), the text rules on invented contents, and the exported entries.
+// rules, the x86-64 rules, other processors), the text rules on invented contents, and the exported entries.
 #include "cpu/probe.h"
 
 #include <gtest/gtest.h>
 #include <sys/auxv.h>
 #include <unistd.h>
 
+#include <array>
 #include <cstdlib>
 #include <cstring>
 #include <functional>
@@ -47,7 +48,23 @@ struct fake_source final : probe_source {
     return found == auxval.end() ? 0 : found->second;
   }
   std::string auxv() override { return auxv_contents; }
+
+  // CPUID of subleaf 0 by leaf, answered whatever leaf 0 says, as the instruction does; none: no CPUID.
+  std::map<unsigned, std::array<unsigned, 4>> leaves;
+  unsigned long long xcr0 = 0;
+  int xgetbv_calls = 0;
+
+  bool cpuid(unsigned leaf, unsigned subleaf, unsigned regs[4]) override {
+    const auto found = leaves.find(leaf);
+    if (found == leaves.end() || subleaf != 0) return false;
+    std::memcpy(regs, found->second.data(), sizeof found->second);
+    return true;
+  }
+  unsigned long long xgetbv0() override { ++xgetbv_calls; return xcr0; }
 };
+
+constexpr probe_target arm32 = probe_target::arm32, x86_64 = probe_target::x86_64, other = probe_target::other;
+constexpr int build_family = KOVRA_X86_64 ? KOVRA_CPU_FAMILY_X86_64 : KOVRA_CPU_FAMILY_ARM;
 
 // /proc/self/auxv of a 32-bit process: (type, value) pairs of 32-bit words.
 std::string auxv_of(std::initializer_list<std::pair<std::uint32_t, std::uint32_t>> pairs) {
@@ -62,7 +79,7 @@ std::string auxv_of(std::initializer_list<std::pair<std::uint32_t, std::uint32_t
 std::uint64_t features_of(const std::string& cpuinfo) {
   fake_source source;
   source.cpuinfo_text = cpuinfo;
-  return run_probe(source, true).features;
+  return run_probe(source, arm32).features;
 }
 
 constexpr std::uint64_t vfpv4_neon_features = ARM_FEATURE_ARMv7 | ARM_FEATURE_VFPv3 | ARM_FEATURE_NEON |
@@ -98,21 +115,21 @@ TEST(Probe, CapabilityWords) {
   source.auxv_contents = auxv_of({{6, 4096}, {16, hwcap::vfp | hwcap::vfpv3d16}, {0, 0}});
   source.auxval[at_hwcap] = hwcap::neon;
   const std::uint64_t vfp = ARM_FEATURE_VFPv3 | ARM_FEATURE_VFPv2 | ARM_FEATURE_ARMv7;
-  EXPECT_EQ(run_probe(source, true).features, vfp | ARM_FEATURE_NEON | ARM_FEATURE_VFP_D32);
+  EXPECT_EQ(run_probe(source, arm32).features, vfp | ARM_FEATURE_NEON | ARM_FEATURE_VFP_D32);
   source.auxval.clear();
-  EXPECT_EQ(run_probe(source, true).features, vfp);
+  EXPECT_EQ(run_probe(source, arm32).features, vfp);
   for (const std::string& auxv : {auxv_of({{16, 0}, {16, hwcap::neon}}),
                                   auxv_of({{6, 4096}, {0, 0}, {16, hwcap::neon}}), auxv_of({{6, 4096}}) + "\x10"}) {
     source.auxv_contents = auxv;
-    EXPECT_EQ(run_probe(source, true).features, ARM_FEATURE_IWMMXT);
+    EXPECT_EQ(run_probe(source, arm32).features, ARM_FEATURE_IWMMXT);
   }
   source.auxval[at_hwcap2] = 0x12;
-  EXPECT_EQ(run_probe(source, true).features, ARM_FEATURE_PMULL | ARM_FEATURE_CRC32 | ARM_FEATURE_IWMMXT);
+  EXPECT_EQ(run_probe(source, arm32).features, ARM_FEATURE_PMULL | ARM_FEATURE_CRC32 | ARM_FEATURE_IWMMXT);
   source.translator = true;
   source.auxval = {{at_hwcap, hwcap::vfpv4 | hwcap::neon}, {at_hwcap2, 0x1f}};
   source.auxv_contents = auxv_of({{16, hwcap::idiva}, {0, 0}});
   source.getauxval_calls = 0;
-  EXPECT_EQ(run_probe(source, true).features, ARM_FEATURE_IDIV_ARM);
+  EXPECT_EQ(run_probe(source, arm32).features, ARM_FEATURE_IDIV_ARM);
   EXPECT_EQ(source.getauxval_calls, 0);
 }
 
@@ -130,7 +147,7 @@ TEST(Probe, IdRules) {
   for (const auto& [text, features] : rows) EXPECT_EQ(features_of(text), features) << text;
   fake_source source;
   source.cpuinfo_text = q + "3\n";
-  EXPECT_EQ(run_probe(source, true).cpu_id, 0x510006f3u);
+  EXPECT_EQ(run_probe(source, arm32).cpu_id, 0x510006f3u);
 }
 
 // An unreadable /proc/cpuinfo leaves every default; a processor other than 32-bit ARM reports the count
@@ -139,14 +156,47 @@ TEST(Probe, DefaultsAndOtherProcessors) {
   fake_source source;
   source.cpuinfo_text.reset();
   source.auxval[at_hwcap] = hwcap::neon;
-  cpu_state state = run_probe(source, true);
+  cpu_state state = run_probe(source, arm32);
   EXPECT_TRUE(state.family == 1 && state.count == 1 && state.features == 0u && source.getauxval_calls == 0);
   source.cpuinfo_text = "CPU architecture: 8\nFeatures\t: neon vfpv4\nCPU implementer\t: 0x41\n";
   source.auxval = {{at_hwcap, hwcap::vfpv4 | hwcap::neon}, {at_hwcap2, 0x1f}};
-  state = run_probe(source, false);
+  state = run_probe(source, other);
   EXPECT_TRUE(state.family == 1 && state.count == 4 && state.features == 0u && state.cpu_id == 0u);
   EXPECT_EQ(source.getauxval_calls, 0);
-  EXPECT_EQ(run_probe(source, true).cpu_id, 0x41000000u);
+  EXPECT_EQ(run_probe(source, arm32).cpu_id, 0x41000000u);
+}
+
+// x86-64: each instruction-set bit alone (FMA's in every row) and all at once; XCR0 read only under
+// OSXSAVE, into the two OS bits; no leaf 7 below a highest leaf of 7; family and features also without
+// /proc/cpuinfo (count 1); no features without CPUID, nor for other processors.
+TEST(Probe, X86Features) {
+  fake_source source;
+  const std::pair<unsigned, std::uint64_t> leaf7[] = {{5, X86_FEATURE_AVX2},      {16, X86_FEATURE_AVX512F},
+                                                      {17, X86_FEATURE_AVX512DQ}, {30, X86_FEATURE_AVX512BW},
+                                                      {31, X86_FEATURE_AVX512VL}};
+  for (const auto& [bit, feature] : leaf7) {
+    source.leaves = {{0, {7, 0, 0, 0}}, {1, {0, 0, 1u << 12, 0}}, {7, {0, 1u << bit, 0, 0}}};
+    EXPECT_EQ(run_probe(source, x86_64).features, feature | X86_FEATURE_FMA) << bit;
+  }
+  const std::uint64_t sets = 0x3f, ymm = X86_FEATURE_OS_YMM, zmm = X86_FEATURE_OS_ZMM;
+  source.leaves = {{0, {0xd, 0, 0, 0}}, {1, {~0u, ~0u, ~0u, ~0u}}, {7, {~0u, ~0u, ~0u, ~0u}}};
+  const std::pair<unsigned long long, std::uint64_t> xcr0_rows[] = {
+      {0xe7, ymm | zmm}, {~0ull, ymm | zmm}, {0x67, ymm}, {0x6, ymm}, {0xe5, 0}, {0xe3, 0}};
+  for (const auto& [xcr0, os] : xcr0_rows) {
+    source.xcr0 = xcr0;
+    EXPECT_EQ(run_probe(source, x86_64).features, sets | os) << xcr0;
+  }
+  source.leaves[1][2] = ~(1u << 27);
+  cpu_state state = run_probe(source, x86_64);
+  EXPECT_TRUE(state.family == KOVRA_CPU_FAMILY_X86_64 && state.count == 4 && state.features == sets &&
+              source.xgetbv_calls == 6);
+  EXPECT_TRUE(run_probe(source, other).features == 0u && run_probe(source, arm32).features == 0u);
+  source.leaves[0][0] = 6;
+  source.cpuinfo_text.reset();
+  state = run_probe(source, x86_64);
+  EXPECT_TRUE(state.family == KOVRA_CPU_FAMILY_X86_64 && state.count == 1 && state.features == X86_FEATURE_FMA);
+  source.leaves.clear();
+  EXPECT_EQ(run_probe(source, x86_64).features, 0u);
 }
 
 // A key must open a line and be followed by a colon and a blank; the value keeps any further blanks and
@@ -215,7 +265,7 @@ void in_child(const std::function<bool()>& checks) {
 TEST(CpuEntries, ResultsAreSetOnce) {
   in_child([] {
     return android_setCpu(0, ARM_FEATURE_NEON) == 1 && android_getCpuCount() == 1 &&
-           android_getCpuFeatures() == ARM_FEATURE_NEON && android_getCpuFamily() == KOVRA_CPU_FAMILY_ARM &&
+           android_getCpuFeatures() == ARM_FEATURE_NEON && android_getCpuFamily() == build_family &&
            android_getCpuIdArm() == 0 && android_setCpu(3, ARM_FEATURE_NEON_FMA) == 0 &&
            android_setCpuArm(3, ARM_FEATURE_NEON_FMA, 0x41) == 0 && android_getCpuCount() == 1 &&
            android_getCpuFeatures() == ARM_FEATURE_NEON && android_getCpuIdArm() == 0;
@@ -235,9 +285,10 @@ TEST(CpuEntries, ResultsAreSetOnce) {
 }
 
 // This machine, probed for real. The C library's getauxval is the reference for the ARM features: the
-// probe reaches the same word another way (under qemu-user, through /proc/self/auxv).
+// probe reaches the same word another way (under qemu-user, through /proc/self/auxv). On x86-64 the
+// compiler's own check is, which counts an instruction set only with its registers saved.
 TEST(CpuEntries, RealProbeOfThisMachine) {
-  EXPECT_EQ(android_getCpuFamily(), KOVRA_CPU_FAMILY_ARM);
+  EXPECT_EQ(android_getCpuFamily(), build_family);
   const int count = android_getCpuCount();
   const long online = sysconf(_SC_NPROCESSORS_ONLN);  // the list files count ids below 32 only
   EXPECT_TRUE(count >= 1 && count <= 32 && (online > 32 || count >= online)) << count;
@@ -251,6 +302,12 @@ TEST(CpuEntries, RealProbeOfThisMachine) {
   const std::string model = std::getenv("QEMU_CPU") ? std::getenv("QEMU_CPU") : "";  // known by name under qemu
   EXPECT_TRUE(model != "cortex-a15" || (features & ARM_FEATURE_NEON_FMA));
   EXPECT_TRUE(model != "cortex-a9" || !(features & (ARM_FEATURE_VFP_FMA | ARM_FEATURE_NEON_FMA)));
+#elif KOVRA_X86_64
+  const bool ymm = features & X86_FEATURE_OS_YMM, zmm = features & X86_FEATURE_OS_ZMM;
+  EXPECT_EQ(ymm && (features & X86_FEATURE_AVX2), __builtin_cpu_supports("avx2") != 0);
+  EXPECT_EQ(ymm && (features & X86_FEATURE_FMA), __builtin_cpu_supports("fma") != 0);
+  EXPECT_EQ(zmm && (features & X86_FEATURE_AVX512F), __builtin_cpu_supports("avx512f") != 0);
+  EXPECT_TRUE(features <= 0xff && (ymm || !zmm) && android_getCpuIdArm() == 0u) << features;
 #else
   EXPECT_TRUE(features == 0u && android_getCpuIdArm() == 0u);
 #endif

@@ -16,6 +16,7 @@
 #include "kovra/fortran.h"
 #include "parallel/blas/level3/block_driver.h"
 #include "parallel/blas/level3/packing.h"
+#include "platform.h"
 #include "support/cases.h"
 #include "support/operands.h"
 #include "support/reference.h"
@@ -65,11 +66,12 @@ struct gemm_case : shape {
 };
 
 // The NEON kernels of complex<double> scale by alpha.re * (1 + i alpha.im), which is alpha only when
-// alpha.re is 1 or alpha.im is 0; every other kernel, and the serial products, scale by alpha.
+// alpha.re is 1 or alpha.im is 0; every other kernel (the portable one, and those of other processors),
+// and the serial products, scale by alpha.
 template <typename T>
 T alpha_applied_by(const kernels::kernel_object<T>& kernel, T alpha) {
   if constexpr (std::is_same_v<T, std::complex<double>>)
-    if (typeid(kernel) != typeid(kernels::kernel_object<T>)) return alpha.real() * T(1, alpha.imag());
+    if (KOVRA_ARM32 && typeid(kernel) != typeid(kernels::kernel_object<T>)) return alpha.real() * T(1, alpha.imag());
   return alpha;
 }
 

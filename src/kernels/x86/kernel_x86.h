@@ -1,0 +1,117 @@
+// x86_kernel<T, Isa>: the kernels of x86-64 processors with AVX2 and FMA (Isa = avx2_fma) or AVX-512
+// (Isa = avx512), for the four element types. kernel_avx2_fma<T> and kernel_avx512<T> name them.
+//
+// The arithmetic bodies live in x86_ops<T, Isa>, which only the file of each instruction set defines
+// (kernel_x86_avx2.cpp, kernel_x86_avx512.cpp, built for that set while the rest of the library is not):
+// the classes here only forward to them, so constructing one, its virtual table and its destructor are
+// ordinary code, and nothing of the wider instruction set runs before the selection has made such a kernel
+// on a processor that reports it.
+//
+// Tiles, in elements of T (MR = tile_m rows, two vector registers of A per step; NR = tile_n columns of
+// broadcast B elements; a complex type runs the loop of its real type over the interleaved parts, so each
+// complex column is two real ones):
+//
+//                 float     double    complex<float>   complex<double>
+//   avx2_fma      16 x 6    8 x 6     8 x 3            4 x 3             12 accumulators of 16
+//   avx512        32 x 12   16 x 12   16 x 6           8 x 6             24 accumulators of 32
+//
+// Arithmetic, which the tests reproduce bit for bit: each element of the product sums from +0 with one
+// fused multiply-add per step of depth, in order of depth. A real tile then ends in C = fma(sum, alpha, C),
+// or sum * alpha with no read of C when clear is set. A complex element is formed from its four real sums as
+// (rr - ii, ir + ri), multiplied by the full complex alpha (each of the four products rounded, then one
+// subtraction and one addition), and added to C with a separate addition per part (or stored when clear).
+// micro_kernel_t is micro_kernel with alpha 1, so both give the same bits for the same panels. The real
+// vector kernels round exactly as the portable ones; the complex types keep the portable vector kernels
+// and packers, and the real types the portable packers, whose copies the compiler already vectorises.
+#pragma once
+
+#include <complex>
+#include <memory>
+
+#include "helper/helper.h"
+#include "kernels/blocking.h"
+#include "kernels/kernel_object.h"
+#include "platform.h"
+
+#if KOVRA_X86_64
+
+namespace kovra::kernels {
+
+// The instruction sets, by the width of a vector register and the real columns of a tile.
+struct avx2_fma {
+  static constexpr int register_bytes = 32;
+  static constexpr int real_columns = 6;
+};
+struct avx512 {
+  static constexpr int register_bytes = 64;
+  static constexpr int real_columns = 12;
+};
+
+// Blocking of both sets: the packed A block is 768 rows by 768 KiB of depth, the B block 192 columns by the
+// same depth, 192 KiB, which with the edge tile fills the 1 MiB scratch. A panel of A (8 KiB for double on
+// AVX2) stays in the first-level cache while the micro kernel runs it against every B panel of the block,
+// which the second-level cache holds; the A block streams once per block of columns. The large block_m lets
+// a worker's whole share of rows of a 2000 by 2000 product take two blocks, so B is packed twice, not more.
+template <typename T, typename Isa> constexpr kernel_blocking x86_blocking() {
+  constexpr int parts = is_complex_v<T> ? 2 : 1;
+  constexpr int tile_m = 2 * Isa::register_bytes / int(sizeof(T));
+  constexpr int block_k = 1024 / int(sizeof(T));
+  return kernel_blocking{768, 192, block_k, tile_m, Isa::real_columns / parts, 0, 0};
+}
+static_assert(sound_blocking<float>(x86_blocking<float, avx2_fma>()));
+static_assert(sound_blocking<double>(x86_blocking<double, avx2_fma>()));
+static_assert(sound_blocking<std::complex<float>>(x86_blocking<std::complex<float>, avx2_fma>()));
+static_assert(sound_blocking<std::complex<double>>(x86_blocking<std::complex<double>, avx2_fma>()));
+static_assert(sound_blocking<float>(x86_blocking<float, avx512>()));
+static_assert(sound_blocking<double>(x86_blocking<double, avx512>()));
+static_assert(sound_blocking<std::complex<float>>(x86_blocking<std::complex<float>, avx512>()));
+static_assert(sound_blocking<std::complex<double>>(x86_blocking<std::complex<double>, avx512>()));
+
+// The bodies, defined in the file of each instruction set. Tile shapes are those of x86_blocking.
+template <typename T, typename Isa> struct x86_ops {
+  static void micro_kernel(T alpha, int k, const T* a, const T* b, T* c, int ldc, bool clear);
+  static void micro_kernel_t(int k, const T* a, const T* b, T* c, int ldc, bool clear);
+  static void axpy(int n, T alpha, const T* x, T* y);
+  static void scal(int n, T alpha, T* x);
+};
+
+template <typename T, typename Isa> class x86_kernel final : public kernel_object<T> {
+ public:
+  x86_kernel() : kernel_object<T>(x86_blocking<T, Isa>()) {}
+
+  void micro_kernel(const T* alpha, int k, const T* a, const T* b, T* c, int ldc, bool clear) const override {
+    x86_ops<T, Isa>::micro_kernel(*alpha, k, a, b, c, ldc, clear);
+  }
+  void micro_kernel_t(int k, const T* a, const T* b, T* c, int ldc, bool clear) const override {
+    x86_ops<T, Isa>::micro_kernel_t(k, a, b, c, ldc, clear);
+  }
+  void axpy_kernel(int n, const T* alpha, const T* x, T* y) const override {
+    if constexpr (is_complex_v<T>) kernel_object<T>::axpy_kernel(n, alpha, x, y);
+    else x86_ops<T, Isa>::axpy(n, *alpha, x, y);
+  }
+  void scal_kernel(int n, const T* alpha, T* x) const override {
+    if constexpr (is_complex_v<T>) kernel_object<T>::scal_kernel(n, alpha, x);
+    else x86_ops<T, Isa>::scal(n, *alpha, x);
+  }
+};
+
+template <typename T> using kernel_avx2_fma = x86_kernel<T, avx2_fma>;
+template <typename T> using kernel_avx512 = x86_kernel<T, avx512>;
+
+// Only for processors that report the instruction set and the operating system's support for its registers.
+template <typename T, typename Isa> std::shared_ptr<kernel_object<T>> make_x86_kernel() {
+  return std::make_shared<x86_kernel<T, Isa>>();
+}
+
+extern template struct x86_ops<float, avx2_fma>;
+extern template struct x86_ops<double, avx2_fma>;
+extern template struct x86_ops<std::complex<float>, avx2_fma>;
+extern template struct x86_ops<std::complex<double>, avx2_fma>;
+extern template struct x86_ops<float, avx512>;
+extern template struct x86_ops<double, avx512>;
+extern template struct x86_ops<std::complex<float>, avx512>;
+extern template struct x86_ops<std::complex<double>, avx512>;
+
+}  // namespace kovra::kernels
+
+#endif  // KOVRA_X86_64

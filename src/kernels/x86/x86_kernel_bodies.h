@@ -1,0 +1,187 @@
+// The bodies of x86_ops<T, Isa> over the vector registers of an instruction set, x86_simd<Isa, R>, which the
+// file of each set specialises (x86_avx2_vectors.h, x86_avx512_vectors.h) and alone includes: every function
+// here is a template of the set, so no code built for one set can stand in for code of another.
+//
+// The tile loop, per step of depth: two vector loads of A (the MR rows), then for each of the NR real
+// columns one broadcast of B and two fused multiply-adds, 2 * NR accumulators in all (12 of the 16
+// registers of AVX2, 24 of the 32 of AVX-512), which leaves the A pair and one broadcast. The C tile's
+// columns are fetched into the cache while the loop runs. A complex panel is a real one twice as wide and
+// deep in parts: the loop runs unchanged, and column 2j of its sums holds A times the real part of B's
+// column j, column 2j + 1 A times its imaginary part.
+#pragma once
+
+#include <complex>
+#include <cstring>
+#include <utility>
+
+#include "kernels/x86/kernel_x86.h"
+
+namespace kovra::kernels {
+
+template <typename Isa, typename R> struct x86_simd;
+
+// f(std::integral_constant<int, 0>) ... f(std::integral_constant<int, N - 1>), unrolled.
+template <int N, typename F> inline void for_each_index(F f) {
+  [&]<int... I>(std::integer_sequence<int, I...>) { (f(std::integral_constant<int, I>{}), ...); }
+  (std::make_integer_sequence<int, N>{});
+}
+
+// The sums of one tile: acc[j][h] holds rows [h * lanes, (h + 1) * lanes) of real column j.
+template <typename Isa, typename R> struct x86_tile {
+  using V = x86_simd<Isa, R>;
+  using reg = typename V::reg;
+  static constexpr int mr = 2 * V::lanes;
+  static constexpr int nr = Isa::real_columns;
+
+  reg acc[nr][2];
+
+  // Sums over k steps of panels a (mr reals per step) and b (nr reals per step), from +0. They run in
+  // local registers: the member is written once, at the end, since vector types may alias the panels.
+  x86_tile(int k, const R* a, const R* b) {
+    reg sum[nr][2];
+    for_each_index<nr>([&](auto j) { sum[j][0] = sum[j][1] = V::zero(); });
+    for (int p = 0; p <= k; ++p, a += mr, b += nr) {
+      const reg a0 = V::load(a), a1 = V::load(a + V::lanes);
+      for_each_index<nr>([&](auto j) {
+        const reg bj = V::broadcast(b + j);
+        sum[j][0] = V::fma(a0, bj, sum[j][0]);
+        sum[j][1] = V::fma(a1, bj, sum[j][1]);
+      });
+    }
+    for_each_index<nr>([&](auto j) {
+      acc[j][0] = sum[j][0];
+      acc[j][1] = sum[j][1];
+    });
+  }
+
+  // Complex column j (the sums of real columns 2j and 2j + 1), half h: (rr - ii, ir + ri) per element.
+  reg complex_sum(int j, int h) const { return V::addsub(acc[2 * j][h], V::swap_pairs(acc[2 * j + 1][h])); }
+};
+
+// The tile's sums as reals, column-major with MR elements of T per column, for the stores by rows.
+template <typename Isa, typename T> void store_sums(const x86_tile<Isa, real_t<T>>& tile, real_t<T>* out) {
+  using V = x86_simd<Isa, real_t<T>>;
+  constexpr int mr = x86_tile<Isa, real_t<T>>::mr, nr = x86_tile<Isa, real_t<T>>::nr;
+  for (int h = 0; h < 2; ++h) {
+    if constexpr (is_complex_v<T>)
+      for (int j = 0; j < nr / 2; ++j) V::store(out + j * mr + h * V::lanes, tile.complex_sum(j, h));
+    else
+      for (int j = 0; j < nr; ++j) V::store(out + j * mr + h * V::lanes, tile.acc[j][h]);
+  }
+}
+
+// `count` lines of `length` reals, `stride` reals apart: zeroed, or fetched into the cache ahead of use.
+template <typename Isa, typename R> void clear_lines(R* c, int count, int stride, int length) {
+  for (int j = 0; j < count; ++j) std::memset(static_cast<void*>(c + j * stride), 0, length * sizeof(R));
+}
+// Always inlined: as a function of its own, g++ finds it free of effects and drops the call.
+template <typename Isa, typename R>
+[[gnu::always_inline]] inline void prefetch_lines(const R* c, int count, int stride, int length) {
+  for (int j = 0; j < count; ++j) {
+    __builtin_prefetch(c + j * stride);
+    __builtin_prefetch(c + j * stride + length - 1);
+  }
+}
+
+template <typename T, typename Isa>
+void x86_ops<T, Isa>::micro_kernel(T alpha, int k, const T* a, const T* b, T* c, int ldc, bool clear) {
+  using R = real_t<T>;
+  using V = x86_simd<Isa, R>;
+  using reg = typename V::reg;
+  using tile_t = x86_tile<Isa, R>;
+  constexpr int parts = is_complex_v<T> ? 2 : 1;
+  constexpr int nr = tile_t::nr / parts;
+  R* const cr = reinterpret_cast<R*>(c);
+  const int ldc_reals = ldc * parts;
+  if (k < 1) {
+    if (clear) clear_lines<Isa>(cr, nr, ldc_reals, tile_t::mr);
+    return;
+  }
+  if (!clear) prefetch_lines<Isa>(cr, nr, ldc_reals, tile_t::mr);
+  const tile_t tile(k, reinterpret_cast<const R*>(a), reinterpret_cast<const R*>(b));
+  const R* const al = reinterpret_cast<const R*>(&alpha);
+  if constexpr (is_complex_v<T>) {
+    // alpha * s = (ar * s) -+ (ai * swapped s): four rounded products, then one subtraction and one addition.
+    const reg ar = V::set1(al[0]), ai = V::set1(al[1]);
+    for (int j = 0; j < nr; ++j)
+      for (int h = 0; h < 2; ++h) {
+        R* cj = cr + j * ldc_reals + h * V::lanes;
+        const reg s = tile.complex_sum(j, h);
+        const reg t = V::addsub(V::mul(s, ar), V::mul(V::swap_pairs(s), ai));
+        V::store(cj, clear ? t : V::add(V::load(cj), t));
+      }
+  } else {
+    const reg ar = V::set1(al[0]);
+    for (int j = 0; j < nr; ++j)
+      for (int h = 0; h < 2; ++h) {
+        R* cj = cr + j * ldc_reals + h * V::lanes;
+        V::store(cj, clear ? V::mul(tile.acc[j][h], ar) : V::fma(tile.acc[j][h], ar, V::load(cj)));
+      }
+  }
+}
+
+// The sums of micro_kernel, stored by rows: C + sum per element (which is fma(sum, 1, C) exactly), or the sum.
+template <typename T, typename Isa>
+void x86_ops<T, Isa>::micro_kernel_t(int k, const T* a, const T* b, T* c, int ldc, bool clear) {
+  using R = real_t<T>;
+  using tile_t = x86_tile<Isa, R>;
+  constexpr int parts = is_complex_v<T> ? 2 : 1;
+  constexpr int mr = tile_t::mr / parts, row = tile_t::nr;  // rows of the tile; reals in a row
+  R* const cr = reinterpret_cast<R*>(c);
+  const int ldc_reals = ldc * parts;
+  if (k < 1) {
+    if (clear) clear_lines<Isa>(cr, mr, ldc_reals, row);
+    return;
+  }
+  if (!clear) prefetch_lines<Isa>(cr, mr, ldc_reals, row);
+  const tile_t tile(k, reinterpret_cast<const R*>(a), reinterpret_cast<const R*>(b));
+  alignas(64) R sums[tile_t::mr * tile_t::nr / parts];
+  store_sums<Isa, T>(tile, sums);
+  for (int i = 0; i < mr; ++i) {
+    R* ci = cr + i * ldc_reals;
+    for (int j = 0; j < row / parts; ++j)
+      for (int part = 0; part < parts; ++part) {
+        const R s = sums[(j * mr + i) * parts + part];
+        ci[j * parts + part] = clear ? s : ci[j * parts + part] + s;
+      }
+  }
+}
+
+// y = fma(alpha, x, y) per element, four registers at a time, as the portable loop rounds it.
+template <typename T, typename Isa> void x86_ops<T, Isa>::axpy(int n, T alpha, const T* x, T* y) {
+  if constexpr (!is_complex_v<T>) {
+    using V = x86_simd<Isa, T>;
+    const typename V::reg al = V::set1(alpha);
+    int i = 0;
+    for (; i + 4 * V::lanes <= n; i += 4 * V::lanes)
+      for_each_index<4>([&](auto u) {
+        T* yu = y + i + u * V::lanes;
+        V::store(yu, V::fma(al, V::load(x + i + u * V::lanes), V::load(yu)));
+      });
+    for (; i + V::lanes <= n; i += V::lanes) V::store(y + i, V::fma(al, V::load(x + i), V::load(y + i)));
+    for (; i < n; ++i) y[i] = __builtin_fma(alpha, x[i], y[i]);
+  }
+}
+
+// x = x * alpha, or zeros with no read of x when alpha is 0.
+template <typename T, typename Isa> void x86_ops<T, Isa>::scal(int n, T alpha, T* x) {
+  if constexpr (!is_complex_v<T>) {
+    if (n < 1) return;
+    if (alpha == 0) {
+      std::memset(static_cast<void*>(x), 0, n * sizeof(T));
+      return;
+    }
+    using V = x86_simd<Isa, T>;
+    const typename V::reg al = V::set1(alpha);
+    int i = 0;
+    for (; i + 4 * V::lanes <= n; i += 4 * V::lanes)
+      for_each_index<4>([&](auto u) {
+        T* xu = x + i + u * V::lanes;
+        V::store(xu, V::mul(V::load(xu), al));
+      });
+    for (; i + V::lanes <= n; i += V::lanes) V::store(x + i, V::mul(V::load(x + i), al));
+    for (; i < n; ++i) x[i] = x[i] * alpha;
+  }
+}
+
+}  // namespace kovra::kernels
