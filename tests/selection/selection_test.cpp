@@ -8,6 +8,7 @@
 #include <limits>
 #include <string>
 #include <typeinfo>
+#include <utility>
 #include <vector>
 
 #include "kernels/blocking.h"
@@ -24,13 +25,16 @@
 #include "kernels/neon/kernel_neon_fma_scalar_complex.h"
 #include "kernels/neon/kernel_neon_mla_complex.h"
 #endif
+#if KOVRA_X86_64
+#include "kernels/x86/kernel_x86.h"
+#endif
 
 namespace kovra_test {
 namespace {
 
 using kernels::kernel_object;
 
-bool core_has_vfpv4() {
+[[maybe_unused]] bool core_has_vfpv4() {
 #if KOVRA_ARM32
   return (getauxval(AT_HWCAP) & HWCAP_ARM_VFPv4) != 0;
 #else
@@ -38,12 +42,16 @@ bool core_has_vfpv4() {
 #endif
 }
 
-// Whether a kernel is of the class that `name` stands for: only ARM builds have NEON kernels.
+// Whether a kernel is of the class that `name` stands for: each build has the kernels of its processor.
 template <typename T>
 bool is_kernel_called(const kernel_object<T>& kernel, const std::string& name) {
 #if KOVRA_ARM32
   if (name == "NEON FMA") return typeid(kernel) == typeid(kernels::kernel_neon_fma_scalar<T>);
   if (name == "NEON") return typeid(kernel) == typeid(kernels::kernel_neon_mla<T>);
+#endif
+#if KOVRA_X86_64
+  if (name == "AVX-512") return typeid(kernel) == typeid(kernels::kernel_avx512<T>);
+  if (name == "AVX2 FMA") return typeid(kernel) == typeid(kernels::kernel_avx2_fma<T>);
 #endif
   return name == "none" && typeid(kernel) == typeid(kernel_object<T>);
 }
@@ -64,16 +72,29 @@ bool all_types_get(const std::string& name) {
   std::_Exit(ok ? 0 : 1);
 }
 
-const char* on_this_build(const char* arm_name) { return KOVRA_ARM32 ? arm_name : "none"; }
+[[maybe_unused]] const char* on_this_build(const char* arm_name) { return KOVRA_ARM32 ? arm_name : "none"; }
 
 // This runs first, while no test of this binary has probed the processor or chosen a kernel; each child
-// inherits that untouched state. The fused kernels execute VFPv4 instructions as soon as they are made.
+// inherits that untouched state. The fused kernels execute VFPv4 instructions as soon as they are made; the x86
+// ones nothing of their sets until called, and the children only make them, so any x86-64 processor tries all.
 TEST(Selection, EachFeatureWordGetsItsKernel) {
   EXPECT_EXIT(choose_with_features(0, "none"), testing::ExitedWithCode(0), "");
+#if KOVRA_X86_64
+  const std::uint64_t avx2 = X86_FEATURE_AVX2 | X86_FEATURE_FMA | X86_FEATURE_OS_YMM;
+  const std::uint64_t avx512 = avx2 | X86_FEATURE_AVX512F | X86_FEATURE_AVX512DQ | X86_FEATURE_AVX512VL |
+                               X86_FEATURE_AVX512BW | X86_FEATURE_OS_ZMM;
+  const std::pair<std::uint64_t, const char*> words[] = {
+      {avx2, "AVX2 FMA"}, {avx2 & ~X86_FEATURE_OS_YMM, "none"}, {X86_FEATURE_AVX2, "none"},
+      {avx512, "AVX-512"}, {avx512 & ~X86_FEATURE_OS_ZMM, "AVX2 FMA"}};
+  for (const auto& [features, expected] : words)
+    EXPECT_EXIT(choose_with_features(features, expected), testing::ExitedWithCode(0), "")
+        << "word 0x" << std::hex << features;
+#else
   EXPECT_EXIT(choose_with_features(ARM_FEATURE_NEON, on_this_build("NEON")), testing::ExitedWithCode(0), "");
   if (KOVRA_ARM32 && !core_has_vfpv4()) return;
   EXPECT_EXIT(choose_with_features(ARM_FEATURE_NEON | ARM_FEATURE_NEON_FMA, on_this_build("NEON FMA")),
               testing::ExitedWithCode(0), "");
+#endif
 }
 
 // What this machine should get, from the C library's view of the processor rather than the probe's. (The
@@ -82,6 +103,9 @@ TEST(Selection, ThisMachineGetsItsKernelAndTheReportSaysSo) {
 #if KOVRA_ARM32
   const unsigned long hwcap = getauxval(AT_HWCAP);
   const std::string expected = !(hwcap & HWCAP_ARM_NEON) ? "none" : (hwcap & HWCAP_ARM_VFPv4) ? "NEON FMA" : "NEON";
+#elif KOVRA_X86_64
+  const bool avx2_fma = __builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma");
+  const std::string expected = __builtin_cpu_supports("avx512f") ? "AVX-512" : avx2_fma ? "AVX2 FMA" : "none";
 #else
   const std::string expected = "none";
 #endif
@@ -92,8 +116,8 @@ TEST(Selection, ThisMachineGetsItsKernelAndTheReportSaysSo) {
   EXPECT_TRUE(all_types_get(expected));
 }
 
-// Every NEON kernel built in and runnable on this core, against the portable kernel of the same type; the
-// tolerance covers the NEON kernels' other order of rounding. A build without NEON kernels skips.
+// Every vector kernel built in and runnable on this processor, against the portable kernel of the same type;
+// the tolerance covers the NEON kernels' other order of rounding. A build without such kernels skips.
 template <typename T>
 class EveryKernelAgainstPortable : public testing::Test {
  protected:
@@ -103,8 +127,13 @@ class EveryKernelAgainstPortable : public testing::Test {
     if (core_has_vfpv4()) kernels.push_back(kovra::kernels::make_kernel_neon_fma_scalar<T>());
     if constexpr (!is_complex_v<T>)
       if (core_has_vfpv4()) kernels.push_back(kovra::kernels::make_kernel_neon_fma<T>());
+#elif KOVRA_X86_64
+    using kovra::kernels::make_x86_kernel;
+    if (__builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma"))
+      kernels.push_back(make_x86_kernel<T, kovra::kernels::avx2_fma>());
+    if (__builtin_cpu_supports("avx512f")) kernels.push_back(make_x86_kernel<T, kovra::kernels::avx512>());
 #endif
-    if (kernels.empty()) GTEST_SKIP() << "no NEON kernel in this build";
+    if (kernels.empty()) GTEST_SKIP() << "no vector kernel of this build runs here";
   }
   std::vector<std::shared_ptr<kernel_object<T>>> kernels;
   std::shared_ptr<kernel_object<T>> portable =

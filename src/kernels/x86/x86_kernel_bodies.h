@@ -40,7 +40,7 @@ template <typename Isa, typename R> struct x86_tile {
   x86_tile(int k, const R* a, const R* b) {
     reg sum[nr][2];
     for_each_index<nr>([&](auto j) { sum[j][0] = sum[j][1] = V::zero(); });
-    for (int p = 0; p <= k; ++p, a += mr, b += nr) {
+    for (int p = 0; p < k; ++p, a += mr, b += nr) {
       const reg a0 = V::load(a), a1 = V::load(a + V::lanes);
       for_each_index<nr>([&](auto j) {
         const reg bj = V::broadcast(b + j);
