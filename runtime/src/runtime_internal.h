@@ -17,4 +17,7 @@ void block_until_done(group& g);
 // Wakes the worker that sleeps in help_until_done for a group that has just finished.
 void wake_sleeping_helper();
 
+// Runs the clean-up of every storage slot (vesk/storage.h) on the calling thread's values and clears them.
+void clean_up_thread_storage();
+
 }  // namespace vesk::internal

@@ -8,13 +8,17 @@
 // of queued tasks without the lock, so that back-to-back launches find it awake; then it sleeps on a
 // condition variable. A sender signals a sleeper only when there is one.
 //
-// A worker that waits for a group (a task that launched work of its own) runs only that group's tasks:
-// it takes the newest task of its own deque as long as that task belongs to the group, since a group's
-// tasks are sent by the thread that waits for it and lie on top of its deque. It never runs an outer
-// task while it waits, so the waits stacked on one worker are as deep as the calls nest, whatever the
-// number of queued tasks. No wait can deadlock: the waiter runs every task of its group that nobody has
-// taken, and a task taken by another worker finishes by the same argument one level down. When none of
-// its group's tasks is left to take, the waiter spins, then sleeps until the group's last task ends.
+// A thread that waits for a group runs only that group's tasks. A waiting worker (a task that launched
+// work of its own) takes the newest task of its own deque as long as that task belongs to the group,
+// since a group's tasks are sent by the thread that waits for it and lie on top of its deque. A waiting
+// application thread takes the newest task of its group from the shared queue, wherever it lies among
+// other threads' tasks, while the workers woken by the sends take the oldest: the caller runs one tile
+// of its call itself and no hand-over is paid for it, and a small call whose tiles no worker has taken
+// yet runs on the caller whole. Neither kind of waiter runs an outer task while it waits, so the waits
+// stacked on one thread are as deep as the calls nest, whatever the number of queued tasks. No wait can
+// deadlock: the waiter runs every task of its group that nobody has taken, and a task taken by another
+// thread finishes by the same argument one level down. When none of its group's tasks is left to take,
+// the waiter spins, then sleeps until the group's last task ends.
 #include <pthread.h>
 #include <sched.h>
 #include <unistd.h>
@@ -80,9 +84,25 @@ bool spin_until(Ready ready, spin_clock::duration limit) {
 thread_local bool t_on_worker = false;
 // The worker's deque, or -1 off the workers.
 thread_local int t_worker = -1;
-// The waits stacked on this thread, and the deepest that any worker reached (vesk/testing.h).
+// The tasks running on this thread, one inside the other's wait: on a worker, its current task and those
+// it runs while that one waits; on an application thread, those it runs while it waits for its call.
+thread_local int t_tasks_running = 0;
+// The waits made inside tasks that are stacked on this thread, and the deepest that any thread reached
+// (vesk/testing.h). An application thread's wait for its own call is not made inside a task.
 thread_local int t_wait_depth = 0;
 std::atomic<int> s_deepest_wait{0};
+// The runtime's run (counted by starts) whose storage values this application thread holds.
+thread_local unsigned t_storage_run = 0;
+
+// Counts a wait that begins on this thread; false (and not counted) for an application's own wait.
+bool enter_wait() {
+  if (t_tasks_running == 0) return false;
+  const int depth = ++t_wait_depth;
+  for (int deepest = s_deepest_wait.load(std::memory_order_relaxed);
+       depth > deepest && !s_deepest_wait.compare_exchange_weak(deepest, depth, std::memory_order_relaxed);) {
+  }
+  return true;
+}
 
 int online_processors() {
   const long n = sysconf(_SC_NPROCESSORS_ONLN);
@@ -128,6 +148,7 @@ class scheduler {
     void push(task* t);
     task* pop_oldest();
     task* pop_newest();
+    task* pop_newest_of(const group& g);
   };
   struct worker_start {
     scheduler* self;
@@ -140,7 +161,9 @@ class scheduler {
   task* try_take();
   task* take_locked();
   task* take_own_locked(const group& g);
+  task* take_shared_locked(const group& g);
   void count_taken_locked();
+  void renew_storage();
   int spawn_locked(int workers);
   void clear_queues_locked();
 
@@ -166,6 +189,9 @@ class scheduler {
   int m_live = 0;
   // In a child of fork() of a running runtime: make m_workers workers at the first submit.
   bool m_respawn = false;
+  // Starts so far: an application thread renews its storage at its first task of each run, as new
+  // workers start with none. Written under m_lock, read without it by application threads.
+  std::atomic<unsigned> m_run{0};
 
   // The number of queued tasks, written under m_lock and read without it by spinners, as a hint.
   std::atomic<int> m_queued{0};
@@ -201,6 +227,18 @@ task* scheduler::task_queue::pop_newest() {
   return t;
 }
 
+// The newest task of g, from wherever it lies: a look at each task newer than it.
+task* scheduler::task_queue::pop_newest_of(const group& g) {
+  task* t = last;
+  while (t != nullptr && t->m_owner != &g) t = t->m_prev;
+  if (t == nullptr) return nullptr;
+  if (t->m_prev != nullptr) t->m_prev->m_next = t->m_next;
+  else first = t->m_next;
+  if (t->m_next != nullptr) t->m_next->m_prev = t->m_prev;
+  else last = t->m_prev;
+  return t;
+}
+
 // Makes up to `workers` workers with a deque each; returns how many could be made.
 int scheduler::spawn_locked(int workers) {
   delete[] m_threads;
@@ -233,7 +271,7 @@ void scheduler::clear_queues_locked() {
 }
 
 scheduler::outcome scheduler::start(int workers) {
-  if (t_on_worker) return outcome::from_worker;
+  if (t_on_worker || t_tasks_running > 0) return outcome::from_worker;
   pthread_mutex_lock(&m_control);
   pthread_mutex_lock(&m_lock);
   if (m_phase != phase::stopped) {
@@ -244,6 +282,7 @@ scheduler::outcome scheduler::start(int workers) {
   const int count = workers > 0 ? workers : default_worker_count();
   m_phase = phase::running;
   m_workers = count;
+  m_run.store(m_run.load(std::memory_order_relaxed) + 1, std::memory_order_relaxed);
   const bool complete = spawn_locked(count) == count;
   pthread_mutex_unlock(&m_lock);
   if (complete) {
@@ -258,7 +297,7 @@ scheduler::outcome scheduler::start(int workers) {
 }
 
 scheduler::outcome scheduler::stop() {
-  if (t_on_worker) return outcome::from_worker;
+  if (t_on_worker || t_tasks_running > 0) return outcome::from_worker;
   pthread_mutex_lock(&m_control);
   pthread_mutex_lock(&m_lock);
   if (m_phase != phase::running) {
@@ -306,11 +345,13 @@ void* scheduler::worker_main(void* start) {
 
 void scheduler::run(task* t) {
   group* owner = t->m_owner;
+  ++t_tasks_running;
   try {
     t->run();
   } catch (...) {
     owner->store_exception(std::current_exception());
   }
+  --t_tasks_running;
   t->~task();
   task_allocator::deallocate(t);
   owner->task_done();
@@ -342,6 +383,14 @@ task* scheduler::take_own_locked(const group& g) {
   if (own.last == nullptr || own.last->m_owner != &g) return nullptr;
   count_taken_locked();
   return own.pop_newest();
+}
+
+// The newest task of g in the shared queue, for an application thread that waits for g: it may run its
+// own call's tasks only, never another thread's.
+task* scheduler::take_shared_locked(const group& g) {
+  task* t = m_shared.pop_newest_of(g);
+  if (t != nullptr) count_taken_locked();
+  return t;
 }
 
 task* scheduler::try_take() {
@@ -389,10 +438,7 @@ void scheduler::submit(task* t) {
 }
 
 void scheduler::help(group& g) {
-  const int depth = ++t_wait_depth;
-  for (int deepest = s_deepest_wait.load(std::memory_order_relaxed);
-       depth > deepest && !s_deepest_wait.compare_exchange_weak(deepest, depth, std::memory_order_relaxed);) {
-  }
+  const bool counted = enter_wait();
   for (;;) {
     pthread_mutex_lock(&m_lock);
     task* t = take_own_locked(g);
@@ -410,12 +456,37 @@ void scheduler::help(group& g) {
     g.m_helper_sleeping.store(false);
     pthread_mutex_unlock(&m_lock);
   }
-  --t_wait_depth;
+  if (counted) --t_wait_depth;
 }
 
+// An application thread's wait: it runs its group's tasks that no worker has taken, then spins and sleeps
+// on the task count for those that run on workers. Tasks of the group come to the shared queue only before
+// the wait (a group's tasks are sent by its waiter), so none can appear once the thread stops looking.
 void scheduler::block(group& g) {
-  if (spin_until([&] { return g.m_tasks.load(std::memory_order_acquire) == 0; }, application_spin)) return;
-  for (int n; (n = g.m_tasks.load(std::memory_order_acquire)) != 0;) g.m_tasks.wait(n, std::memory_order_acquire);
+  const bool counted = enter_wait();
+  while (g.m_tasks.load(std::memory_order_acquire) != 0 && m_queued.load(std::memory_order_relaxed) != 0) {
+    pthread_mutex_lock(&m_lock);
+    task* t = take_shared_locked(g);
+    pthread_mutex_unlock(&m_lock);
+    if (t == nullptr) break;
+    if (t_tasks_running == 0) renew_storage();
+    run(t);
+  }
+  if (!spin_until([&] { return g.m_tasks.load(std::memory_order_acquire) == 0; }, application_spin)) {
+    for (int n; (n = g.m_tasks.load(std::memory_order_acquire)) != 0;)
+      g.m_tasks.wait(n, std::memory_order_acquire);
+  }
+  if (counted) --t_wait_depth;
+}
+
+// Called by an application thread with no task running on it, before it runs one: values it set in an
+// earlier run of the runtime are cleaned up, as a stop ends the workers' values with the workers, so
+// that a task finds the thread's storage as a new worker's would be. No task of the thread can hold them.
+void scheduler::renew_storage() {
+  const unsigned run = m_run.load(std::memory_order_relaxed);
+  if (t_storage_run == run) return;
+  t_storage_run = run;
+  clean_up_thread_storage();
 }
 
 void scheduler::wake_helpers() {

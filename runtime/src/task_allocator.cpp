@@ -1,6 +1,7 @@
 // Task memory. Tasks of the usual size live in fixed blocks kept in per-thread caches, so a launch
-// takes no lock and makes no general-heap call in the common case. A launching thread allocates and a
-// worker frees, so blocks pile up in the workers' caches; full batches of them travel back through a
+// takes no lock and makes no general-heap call in the common case. A launching thread allocates and the
+// thread that runs the task frees: a block of a task that the caller ran itself goes back to the caller's
+// cache, but the others pile up in the workers' caches; full batches of them travel back through a
 // shared depot, which is the only lock on this path and is visited once per batch.
 //
 // Every allocation starts with a small header that records its size, so that the worker that frees a

@@ -81,30 +81,32 @@ using namespace vesk_test;
 
 class WorkerCounts : public ::testing::TestWithParam<int> {};
 
-// As many tasks as workers, each blocking until all have started, can only run on distinct workers; then
-// many more tasks run on those workers and on no other thread.
-TEST_P(WorkerCounts, EveryWorkerRunsTasksAndNoOtherThreadDoes) {
+// One task more than workers, each held until all have started: the waiting caller runs the newest while
+// every worker runs one of the others. Then many more tasks run on those threads and on no other.
+TEST_P(WorkerCounts, TheCallerRunsItsNewestTaskWhileEveryWorkerRunsAnother) {
   const int workers = GetParam();
   worker_scope scope(workers);
   EXPECT_TRUE(vesk_worker_count() == workers && vesk::worker_count() == workers);
   EXPECT_EQ(vesk::internal::num_exec_ctx(), workers);
   EXPECT_FALSE(vesk::internal::on_worker_thread());
+  std::vector<std::thread::id> ran_on(workers + 1);
+  std::latch all_started(workers + 1);
+  auto group = group_ptr::create();
+  for (int i = 0; i <= workers; ++i)
+    send(group, [&, i] {
+      all_started.arrive_and_wait();
+      ran_on[i] = std::this_thread::get_id();
+    });
+  group->wait();
+  const std::set<std::thread::id> first(ran_on.begin(), ran_on.end());
+  EXPECT_EQ(int(first.size()), workers + 1);
+  EXPECT_EQ(ran_on[workers], std::this_thread::get_id()) << "the caller did not run its newest task";
   std::mutex lock;
-  std::set<std::thread::id> first, later;
-  std::latch all_started(workers);
-  launch(workers, [&] {
-    all_started.arrive_and_wait();
-    std::lock_guard<std::mutex> guard(lock);
-    first.insert(std::this_thread::get_id());
-  });
-  EXPECT_EQ(int(first.size()), workers);
-  std::atomic<int> runs{0};
+  std::set<std::thread::id> later;
   launch(1000, [&] {
-    if (vesk::internal::on_worker_thread()) runs.fetch_add(1);
     std::lock_guard<std::mutex> guard(lock);
     later.insert(std::this_thread::get_id());
   });
-  EXPECT_EQ(runs.load(), 1000);
   EXPECT_TRUE(std::includes(first.begin(), first.end(), later.begin(), later.end()));
 }
 
@@ -134,8 +136,8 @@ TEST(StartStop, StoppedRuntimeRefusesTasksAndStartsAgain) {
   EXPECT_EQ(runs.load(), 5);
 }
 
-// Starting a running runtime is refused; from inside a task neither call may act (the worker would have
-// to join itself).
+// Starting a running runtime is refused; from inside a task neither call may act (a worker would have to
+// join itself), whether the task runs on a worker or on the caller that waits for it.
 TEST(StartStop, MisuseIsRefused) {
   worker_scope scope(2);
   EXPECT_EQ(vesk_start(4), -1);
@@ -145,8 +147,11 @@ TEST(StartStop, MisuseIsRefused) {
   } catch (const vesk::api_exception& e) {
     EXPECT_TRUE(e.message() == "Cannot start the runtime: it is already running." && e.function() == "start");
   }
-  std::atomic<int> refused{0};
-  launch(1, [&] {
+  std::atomic<int> refused{0}, on_worker{0};
+  std::latch all_started(3);
+  launch(3, [&] {
+    all_started.arrive_and_wait();
+    on_worker += vesk::internal::on_worker_thread();
     refused += (vesk_start(1) == -1) + (vesk_stop() == -1);
     try {
       vesk::stop();
@@ -154,7 +159,7 @@ TEST(StartStop, MisuseIsRefused) {
       refused += e.message() == "Cannot stop the runtime from inside a task.";
     }
   });
-  EXPECT_EQ(refused.load(), 3);
+  EXPECT_TRUE(refused.load() == 9 && on_worker.load() == 2);
   EXPECT_EQ(vesk_worker_count(), 2);
 }
 
@@ -183,26 +188,41 @@ void record_cleanup(void* value) {
   delete static_cast<int*>(value);
 }
 
-// Each worker's value is kept across tasks and cleaned up when the worker ends, not before.
-TEST(WorkerStorage, CleanupRunsAtStopForEachWorkerThatSetAValue) {
+// Each thread's value is kept across tasks. A worker's is cleaned up when the worker ends; the caller's (set
+// by a task of its own call) at its first task after a restart, as new workers find none.
+TEST(WorkerStorage, CleanupRunsWhenTheWorkerEndsOrAtTheCallersFirstTaskAfterARestart) {
   constexpr int workers = 4;
   worker_scope scope(workers);
   vesk::internal::storage_key key{};
   ASSERT_EQ(vesk::internal::sls_key_create(&key, record_cleanup), 0);
   std::atomic<int> next_value{0}, empty_at_first{0}, kept{0};
-  std::latch all_started(workers);
-  launch(workers, [&] {
-    all_started.arrive_and_wait();
-    empty_at_first += vesk::internal::sls_get_specific(key) == nullptr;
-    vesk::internal::sls_set_specific(key, new int(next_value.fetch_add(1)));
-  });
+  int callers = -1;
+  cleaned.clear();  // written by threads that have ended and by this one only, so read here without the lock
+  // Every worker and the caller run one task, which sets the thread's value.
+  const auto set_values = [&] {
+    std::latch all_started(workers + 1);
+    launch(workers + 1, [&] {
+      all_started.arrive_and_wait();
+      empty_at_first += vesk::internal::sls_get_specific(key) == nullptr;
+      const int value = next_value.fetch_add(1);
+      if (!vesk::internal::on_worker_thread()) callers = value;
+      vesk::internal::sls_set_specific(key, new int(value));
+    });
+  };
+  set_values();
+  const int callers_first = callers;
   launch(3 * workers, [&] { kept += vesk::internal::sls_get_specific(key) != nullptr; });
-  EXPECT_TRUE(empty_at_first.load() == workers && kept.load() == 3 * workers);
+  EXPECT_TRUE(empty_at_first.load() == workers + 1 && kept.load() == 3 * workers);
   EXPECT_TRUE(cleaned.empty()) << "clean-up ran before the workers ended";
   vesk_stop();
-  std::lock_guard<std::mutex> guard(cleaned_lock);
+  std::vector<int> workers_values{0, 1, 2, 3, 4};
+  workers_values.erase(workers_values.begin() + callers_first);
   std::sort(cleaned.begin(), cleaned.end());
-  EXPECT_EQ(cleaned, (std::vector<int>{0, 1, 2, 3}));
+  EXPECT_EQ(cleaned, workers_values);
+  vesk_start(workers);
+  set_values();
+  EXPECT_EQ(std::count(cleaned.begin(), cleaned.end(), callers_first), 1) << "the caller's value was kept";
+  EXPECT_EQ(empty_at_first.load(), 2 * (workers + 1));
 }
 
 // Ids are handed out lowest first, in the pool of 32 and beyond it; all groups can be in flight at once.
@@ -279,6 +299,20 @@ TEST(Groups, WaitRaisesTheTaskExceptionAfterEveryTaskRan) {
   }
   EXPECT_TRUE(runs.load() == 10 && group->pending_tasks() == 0);
   EXPECT_THROW(group->wait(), std::runtime_error);
+  // Thrown by the task that the caller runs while the workers' still run: raised once those have ended.
+  std::atomic<int> workers_ended{0};
+  std::latch all_started(3);
+  try {
+    launch(3, [&] {
+      all_started.arrive_and_wait();
+      if (!vesk::internal::on_worker_thread()) throw std::domain_error("on the caller");
+      std::this_thread::sleep_for(std::chrono::milliseconds(20));
+      workers_ended.fetch_add(1);
+    });
+    ADD_FAILURE() << "the exception of the caller's task was lost";
+  } catch (const std::domain_error& e) {
+    EXPECT_TRUE(std::string(e.what()) == "on the caller" && workers_ended.load() == 2);
+  }
   EXPECT_THROW(launch(2, [] { launch(3, [] { throw std::length_error("inner"); }); }), std::length_error);
   std::atomic<int> after{0};
   launch(4, [&] { after.fetch_add(1); });
@@ -301,13 +335,12 @@ bool threads_in_fork_child_supported() {
 }
 
 // Each level launches `fanout` tasks and waits for them from inside its own task.
-void nest(int level, int fanout, std::atomic<int>& leaves, std::atomic<int>& off_worker) {
+void nest(int level, int fanout, std::atomic<int>& leaves) {
   launch(fanout, [&, level, fanout] {
-    if (!vesk::internal::on_worker_thread()) off_worker.fetch_add(1);
     if (level == 3)
       leaves.fetch_add(1);
     else
-      nest(level + 1, fanout, leaves, off_worker);
+      nest(level + 1, fanout, leaves);
   });
 }
 
@@ -340,12 +373,13 @@ TEST(WaitingWorker, SleepsAndWakesAtTheEndOfItsGroup) {
 }
 
 // Eight application threads launch at once, each keeping groups open so that more than the pool's 32
-// are alive: every task runs once and never more run at a time than there are workers.
-TEST(ManyLaunchers, ApplicationThreadsLaunchAtOnceWithoutOversubscribing) {
+// are alive: every task runs once, off the workers only on the thread that launched it, and never more
+// run on workers at a time than there are workers.
+TEST(ManyLaunchers, ApplicationThreadsLaunchAtOnceAndRunOnlyTheirOwnTasks) {
   constexpr int workers = 3, threads = 8;
   const int rounds = scaled(2000);
   worker_scope scope(workers);
-  std::atomic<int> running{0}, most_running{0};
+  std::atomic<int> running{0}, most_running{0}, foreign{0};
   std::vector<long> sums(threads, 0);
   std::vector<std::thread> launchers;
   for (int t = 0; t < threads; ++t)
@@ -353,12 +387,17 @@ TEST(ManyLaunchers, ApplicationThreadsLaunchAtOnceWithoutOversubscribing) {
       std::vector<group_ptr> held;
       for (int g = 0; g < 5; ++g) held.push_back(group_ptr::create());
       std::atomic<long> sum{0};
+      const auto launcher = std::this_thread::get_id();
       for (int r = 0; r < rounds; ++r)
         launch(1 + r % 4, [&] {
+          sum.fetch_add(t + 1);
+          if (!vesk::internal::on_worker_thread()) {
+            foreign += std::this_thread::get_id() != launcher;
+            return;
+          }
           const int now = running.fetch_add(1) + 1;
           for (int seen = most_running.load(); now > seen && !most_running.compare_exchange_weak(seen, now);) {
           }
-          sum.fetch_add(t + 1);
           running.fetch_sub(1);
         });
       sums[t] = sum.load();
@@ -368,6 +407,7 @@ TEST(ManyLaunchers, ApplicationThreadsLaunchAtOnceWithoutOversubscribing) {
   for (int r = 0; r < rounds; ++r) tasks_per_thread += 1 + r % 4;
   for (int t = 0; t < threads; ++t) EXPECT_EQ(sums[t], tasks_per_thread * (t + 1)) << "thread " << t;
   EXPECT_LE(most_running.load(), workers);
+  EXPECT_EQ(foreign.load(), 0) << "a waiting thread ran tasks of another thread's call";
 }
 
 // The exit status of `body` run in a child of fork(); the child dies rather than hang.
@@ -383,8 +423,8 @@ int in_child(const std::function<int()>& body) {
 }
 
 // A child that never launches has no workers to join. A child of a parent that keeps launching on another
-// thread makes its own workers, as many as the parent had. Tasks the parent had queued belong to waiters
-// the child does not have: the child drops them.
+// thread makes its own workers, as many as the parent had (three tasks held until all have started need
+// them). Tasks the parent had queued belong to waiters the child does not have: the child drops them.
 TEST(Fork, TheChildHasItsOwnRuntime) {
   worker_scope scope(2);
   launch(8, [] {});
@@ -396,9 +436,11 @@ TEST(Fork, TheChildHasItsOwnRuntime) {
   });
   for (int round = 0; round < 3; ++round)
     EXPECT_EQ(in_child([] {
-                std::atomic<int> leaves{0}, off_worker{0};
-                nest(1, 3, leaves, off_worker);
-                return leaves.load() == 27 && off_worker.load() == 0 && vesk_worker_count() == 2 &&
+                std::atomic<int> leaves{0};
+                nest(1, 3, leaves);
+                std::latch all_started(3);
+                launch(3, [&] { all_started.arrive_and_wait(); });
+                return leaves.load() == 27 && vesk_worker_count() == 2 &&
                                vesk::internal::num_exec_ctx() == 2 && vesk_stop() == 0
                            ? 0
                            : 1;

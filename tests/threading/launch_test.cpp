@@ -8,11 +8,13 @@
 #include <vesk/testing.h>
 
 #include <algorithm>
+#include <atomic>
 #include <complex>
 #include <cstdint>
 #include <mutex>
 #include <new>
 #include <set>
+#include <thread>
 #include <vector>
 
 #include "parallel/blas/level2/trsv.h"
@@ -138,14 +140,14 @@ void run_nested(int workers) {
   const nested_gemm_body<T> body{&a, &c};
   vesk::testing::reset_deepest_wait();
   kovra::threading::launch_blocks(runs, 1, 1, 1, &body);
-  // One level of calls nests (gemm inside a task), so one wait at most is stacked on any worker.
+  // One level of calls nests (gemm inside a task), so one wait at most is stacked on any thread.
   EXPECT_EQ(vesk::testing::deepest_wait(), 1) << workers << " workers";
   for (int r = 0; r < runs; ++r)
     for (int i = 0; i < n * n; ++i)
       ASSERT_EQ(c[n * n * r + i], T(r + 1) * a[i]) << "run " << r << ", element " << i << ", " << workers << " workers";
 }
 
-// Task -> TRSM -> GEMM: two waits at most stack on a worker, and each run gives the call's bits outside tasks.
+// Task -> TRSM -> GEMM: two waits at most stack on a thread, and each run gives the call's bits outside tasks.
 struct nested_trsm_body {
   const std::vector<double>* a;
   std::vector<double>* b;
@@ -171,9 +173,9 @@ TEST(NestedLaunch, TrsmInsideTasks) {
   }
 }
 
-// Task -> TRSV -> the Level 1 grids of its long steps: a waiting worker runs only tasks of the group it waits for
-// and Level 1 tiles never wait, so two waits at most stack on a worker (exactly two on one worker, which runs
-// all three levels itself); each run gives the bits of the same call outside tasks.
+// Task -> TRSV -> the Level 1 grids of its long steps: a waiting thread runs only tasks of the group it waits for
+// and Level 1 tiles never wait, so two waits at most stack on a thread (exactly two with one worker, which runs
+// the inner levels of its outer tasks itself); each run gives the bits of the same call outside tasks.
 struct nested_trsv_body {
   const std::vector<double>* a;
   std::vector<double>* x;
@@ -224,28 +226,45 @@ struct scratch_probe {
   }
 };
 
-// A body that never touches its block, like a Level 1 tile.
-struct ignoring_body {
-  void run_tile(scratch*, int, int, int, int) const {}
+// Runs `steps` in a task that a worker has taken: the caller waits for it only once it has started, so it
+// never takes the task itself. With one worker, the launches made inside run on that worker alone.
+template <typename Steps>
+struct on_a_worker {
+  const Steps& steps;
+  mutable std::atomic<bool> started{false};
+  void run_tile(scratch*, int, int, int, int) const {
+    started.store(true);
+    steps();
+  }
 };
+
+template <typename Steps>
+void run_on_a_worker(const Steps& steps) {
+  const on_a_worker<Steps> body{steps};
+  auto group = vesk::internal::group_ptr::create();
+  threading::send_tile(group, tile_range{0, 1, 0, 1}, &body);
+  while (!body.started.load()) std::this_thread::yield();
+  group->wait();
+}
 
 TEST(Scratch, OneAlignedBlockPerWorkerZeroedOnceMadeByAnyTask) {
   worker_scope scope(1);
-  ignoring_body level1_like;
-  threading::launch_grid(1, 1, 1, 1, &level1_like);
-  // With every further aligned allocation failing, only an existing block lets the next tasks run.
-  vesk::testing::fail_aligned_allocations(~std::uint64_t{0});
   scratch_probe first, second;
   first.mark = std::byte{0x5a};
-  EXPECT_NO_THROW(threading::launch_grid(1, 1, 1, 1, &first));
-  threading::launch_grid(1, 1, 1, 1, &second);
+  // The task that runs these steps ignores its block, as a Level 1 tile does, and yet made it. With every
+  // further aligned allocation failing, only that block lets the nested tiles run.
+  run_on_a_worker([&] {
+    vesk::testing::fail_aligned_allocations(~std::uint64_t{0});
+    EXPECT_NO_THROW(threading::launch_grid(1, 1, 1, 1, &first));
+    EXPECT_NO_THROW(threading::launch_grid(1, 1, 1, 1, &second));
+  });
   vesk::testing::fail_aligned_allocations(0);
   EXPECT_TRUE(first.blocks.size() == 1u && first.all_zero && first.aligned);
   EXPECT_EQ(second.blocks, first.blocks);
   EXPECT_FALSE(second.all_zero) << "the block is zeroed when it is made only";
 }
 
-// The failed task raises bad_alloc and the next one tries again.
+// The failed task raises bad_alloc and the next one tries again (after a restart no thread has a block yet).
 TEST(Scratch, AllocationFailureStaysWithTheTaskThatMetIt) {
   worker_scope scope(1);
   vesk::testing::fail_aligned_allocations(0b1);

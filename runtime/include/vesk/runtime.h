@@ -13,11 +13,11 @@ extern "C" {
 
 /* Starts the runtime with `workers` workers (below 1: the count of VESK_WORKERS if it is a positive
  * integer, else one per online processor). Returns 0, or -1 if the runtime is already running, the call
- * came from a worker, or the worker threads could not be made (the runtime then stays stopped). */
+ * came from inside a task, or the worker threads could not be made (the runtime then stays stopped). */
 int vesk_start(int workers);
 
 /* Stops the runtime: waits for queued tasks, ends every worker (running their per-worker storage
- * clean-up). Returns 0, or -1 if the call came from a worker. Stopping a stopped runtime does nothing. */
+ * clean-up). Returns 0, or -1 if the call came from inside a task. Stopping a stopped runtime does nothing. */
 int vesk_stop(void);
 
 /* The number of workers while the runtime runs, 0 while it is stopped. */

@@ -84,8 +84,9 @@ class alignas(64) group {  // a cache line of its own: pool slots are used by di
   // task's last access to the group.
   void task_done();
 
-  // Returns when the task count is zero. On a worker it runs other ready tasks meanwhile, so nested
-  // waits never deadlock; an application thread spins briefly, then sleeps. When the count is zero it
+  // Returns when the task count is zero. Meanwhile the waiting thread runs the group's tasks that no
+  // worker has taken (a worker those of its own deque), so nested waits never deadlock; then it spins
+  // briefly and sleeps. When the count is zero it
   // raises again the first exception that a task of the group let escape, if any (the others are
   // dropped); the group stays usable, and a second wait raises the same exception again.
   void wait();
