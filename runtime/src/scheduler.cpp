@@ -60,6 +60,11 @@ constexpr std::size_t worker_stack_bytes = 4u << 20;
 // An application thread waiting for its group: long enough to catch the end of a small launch without a
 // sleep and a wake-up, short enough not to take a processor from the workers.
 constexpr auto application_spin = std::chrono::microseconds(10);
+// A spinning idle worker leaves the tasks that an application thread has just sent alone this long: the
+// sender runs its call's tasks itself once it waits, and a small call (a few tiles of a microsecond or
+// less) is then done whole on that thread, with no hand-over to a worker and back. A larger call loses
+// this much of its workers' start. Sleeping workers woken by the send take tasks at once.
+constexpr auto sender_first = std::chrono::microseconds(2);
 // After this much of a spin the spinner yields its processor at every look at the clock, so that
 // spinners never keep a launcher or a busy worker that shares their processor from running.
 constexpr auto pause_only_spin = std::chrono::microseconds(1);
@@ -195,6 +200,9 @@ class scheduler {
 
   // The number of queued tasks, written under m_lock and read without it by spinners, as a hint.
   std::atomic<int> m_queued{0};
+  // Until this time (steady clock, in its ticks) spinning idle workers take nothing: the newest shared
+  // task was sent less than sender_first ago. Written under m_lock, read without it.
+  std::atomic<spin_clock::rep> m_spinners_wait_until{0};
 };
 
 namespace {
@@ -395,6 +403,8 @@ task* scheduler::take_shared_locked(const group& g) {
 
 task* scheduler::try_take() {
   if (m_queued.load(std::memory_order_relaxed) == 0) return nullptr;
+  if (spin_clock::now().time_since_epoch().count() < m_spinners_wait_until.load(std::memory_order_relaxed))
+    return nullptr;
   pthread_mutex_lock(&m_lock);
   task* t = take_locked();
   pthread_mutex_unlock(&m_lock);
@@ -429,8 +439,13 @@ void scheduler::submit(task* t) {
     run(t);
     return;
   }
-  if (t_worker >= 0 && t_worker < m_deque_count) m_deques[t_worker].push(t);
-  else m_shared.push(t);
+  if (t_worker >= 0 && t_worker < m_deque_count) {
+    m_deques[t_worker].push(t);
+  } else {
+    m_shared.push(t);
+    m_spinners_wait_until.store((spin_clock::now() + sender_first).time_since_epoch().count(),
+                                std::memory_order_relaxed);
+  }
   m_queued.store(m_queued.load(std::memory_order_relaxed) + 1, std::memory_order_relaxed);
   const bool wake = m_sleepers > 0;
   pthread_mutex_unlock(&m_lock);

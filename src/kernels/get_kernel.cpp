@@ -62,9 +62,11 @@ constexpr kernel_choice<T> kernel_choices[] = {
 };
 
 template <typename T> std::shared_ptr<kernel_object<T>> select_kernel() {
-  static_assert(kernel_choices<T>[std::size(kernel_choices<T>) - 1].available == any_processor,
+  // Through a reference, so that clang knows the table's bound when it evaluates the assertion.
+  constexpr const auto& choices = kernel_choices<T>;
+  static_assert(choices[std::size(choices) - 1].available == any_processor,
                 "the last choice must accept every processor");
-  for (const kernel_choice<T>& choice : kernel_choices<T>) {
+  for (const kernel_choice<T>& choice : choices) {
     if (!choice.available()) continue;
     std::shared_ptr<kernel_object<T>> kernel = choice.make();
     kernel_name.store(choice.name);
