@@ -33,6 +33,7 @@ extern "C" std::size_t __sanitizer_get_current_allocated_bytes();
 #endif
 
 #include "kovra/cblas.h"
+#include "support/fork_child_threads.h"
 #include "support/values.h"
 #include "support/worker_scope.h"
 
@@ -181,21 +182,6 @@ TEST(Lifecycle, ThousandStopStartCyclesKeepResultsAndMemory) {
   }
   vesk_stop();
   EXPECT_TRUE(no_growth(early, footprint::now()));
-}
-
-// Threads in a child of a threaded process are beyond ThreadSanitizer (it reuses the parent's thread ids) and
-// qemu's user mode (an internal assertion fails); qemu passes the host's /proc/cpuinfo through, which has no
-// "CPU implementer" line.
-bool threads_in_fork_child_supported() {
-#if defined(__SANITIZE_THREAD__)
-  return false;
-#elif defined(__arm__) || defined(__aarch64__)
-  std::ifstream cpuinfo("/proc/cpuinfo");
-  const std::string text((std::istreambuf_iterator<char>(cpuinfo)), std::istreambuf_iterator<char>());
-  return text.find("CPU implementer") != std::string::npos;
-#else
-  return true;
-#endif
 }
 
 // The child of fork() has only the forking thread. The runtime's fork handlers leave it running, with the

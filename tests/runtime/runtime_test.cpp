@@ -29,6 +29,7 @@
 #include <utility>
 #include <vector>
 
+#include "support/fork_child_threads.h"
 #include "support/worker_scope.h"
 
 // Tasks and launches built the way the library's launchers build them.
@@ -78,6 +79,7 @@ inline int scaled(int count) {
 namespace {
 
 using namespace vesk_test;
+using kovra_test::threads_in_fork_child_supported;
 
 class WorkerCounts : public ::testing::TestWithParam<int> {};
 
@@ -317,21 +319,6 @@ TEST(Groups, WaitRaisesTheTaskExceptionAfterEveryTaskRan) {
   std::atomic<int> after{0};
   launch(4, [&] { after.fetch_add(1); });
   EXPECT_EQ(after.load(), 4);
-}
-
-// Threads in a child of a threaded process are beyond ThreadSanitizer (it reuses the parent's thread ids)
-// and qemu's user mode (an internal assertion fails); qemu passes the host's /proc/cpuinfo through, which
-// has no "CPU implementer" line.
-bool threads_in_fork_child_supported() {
-#if defined(__SANITIZE_THREAD__)
-  return false;
-#elif defined(__arm__) || defined(__aarch64__)
-  std::ifstream cpuinfo("/proc/cpuinfo");
-  const std::string text((std::istreambuf_iterator<char>(cpuinfo)), std::istreambuf_iterator<char>());
-  return text.find("CPU implementer") != std::string::npos;
-#else
-  return true;
-#endif
 }
 
 // Each level launches `fanout` tasks and waits for them from inside its own task.
