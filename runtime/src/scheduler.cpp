@@ -415,7 +415,14 @@ task* scheduler::try_take() {
 task* scheduler::next_task() {
   task* t = try_take();
   if (t != nullptr) return t;
-  if (spin_until([&] { return (t = try_take()) != nullptr; }, idle_spin)) return t;
+  // The spin goes on while applications keep sending: the tasks a spinner leaves to their senders
+  // (sender_first) would otherwise find it asleep, and every later send would pay for a wake-up.
+  for (spin_clock::rep sent = m_spinners_wait_until.load(std::memory_order_relaxed);;) {
+    if (spin_until([&] { return (t = try_take()) != nullptr; }, idle_spin)) return t;
+    const spin_clock::rep latest = m_spinners_wait_until.load(std::memory_order_relaxed);
+    if (latest == sent) break;
+    sent = latest;
+  }
   pthread_mutex_lock(&m_lock);
   while ((t = take_locked()) == nullptr && m_phase == phase::running) {
     ++m_sleepers;
