@@ -147,19 +147,24 @@ void x86_ops<T, Isa>::micro_kernel_t(int k, const T* a, const T* b, T* c, int ld
   }
 }
 
-// y = fma(alpha, x, y) per element, four registers at a time, as the portable loop rounds it.
+// Runs register(i) for every whole register of n elements from i = 0, four at a time and then one at a time,
+// and element(i) for the rest.
+template <typename V, typename Register, typename Element>
+void over_registers(int n, Register register_at, Element element) {
+  int i = 0;
+  for (; i + 4 * V::lanes <= n; i += 4 * V::lanes) for_each_index<4>([&](auto u) { register_at(i + u * V::lanes); });
+  for (; i + V::lanes <= n; i += V::lanes) register_at(i);
+  for (; i < n; ++i) element(i);
+}
+
+// y = fma(alpha, x, y) per element, as the portable loop rounds it.
 template <typename T, typename Isa> void x86_ops<T, Isa>::axpy(int n, T alpha, const T* x, T* y) {
   if constexpr (!is_complex_v<T>) {
     using V = x86_simd<Isa, T>;
     const typename V::reg al = V::set1(alpha);
-    int i = 0;
-    for (; i + 4 * V::lanes <= n; i += 4 * V::lanes)
-      for_each_index<4>([&](auto u) {
-        T* yu = y + i + u * V::lanes;
-        V::store(yu, V::fma(al, V::load(x + i + u * V::lanes), V::load(yu)));
-      });
-    for (; i + V::lanes <= n; i += V::lanes) V::store(y + i, V::fma(al, V::load(x + i), V::load(y + i)));
-    for (; i < n; ++i) y[i] = __builtin_fma(alpha, x[i], y[i]);
+    over_registers<V>(
+        n, [&](int i) { V::store(y + i, V::fma(al, V::load(x + i), V::load(y + i))); },
+        [&](int i) { y[i] = __builtin_fma(alpha, x[i], y[i]); });
   }
 }
 
@@ -173,14 +178,8 @@ template <typename T, typename Isa> void x86_ops<T, Isa>::scal(int n, T alpha, T
     }
     using V = x86_simd<Isa, T>;
     const typename V::reg al = V::set1(alpha);
-    int i = 0;
-    for (; i + 4 * V::lanes <= n; i += 4 * V::lanes)
-      for_each_index<4>([&](auto u) {
-        T* xu = x + i + u * V::lanes;
-        V::store(xu, V::mul(V::load(xu), al));
-      });
-    for (; i + V::lanes <= n; i += V::lanes) V::store(x + i, V::mul(V::load(x + i), al));
-    for (; i < n; ++i) x[i] = x[i] * alpha;
+    over_registers<V>(
+        n, [&](int i) { V::store(x + i, V::mul(V::load(x + i), al)); }, [&](int i) { x[i] = x[i] * alpha; });
   }
 }
 
