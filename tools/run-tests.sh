@@ -125,7 +125,8 @@ if launcher=$(sanitizer_launcher thread) &&
   tsan_targets=$(ctest --test-dir "$KOVRA_ROOT/build/tsan" -N -L "$tsan_labels" | sed -n 's/^ *Test *#[0-9]*: //p') &&
   [ -n "$tsan_targets" ] &&
   build tsan $tsan_targets; then
-  KOVRA_TEST_LAUNCHER=$launcher TSAN_OPTIONS=second_deadlock_stack=1 \
+  KOVRA_TEST_LAUNCHER=$launcher \
+    TSAN_OPTIONS=second_deadlock_stack=1:suppressions=$KOVRA_ROOT/tests/support/tsan-suppressions.txt \
     run_ctest tsan "ThreadSanitizer" 900 -L "$tsan_labels"
 else
   fail "ThreadSanitizer build"
