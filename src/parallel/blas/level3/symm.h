@@ -9,6 +9,7 @@
 #include "helper/complex_arith.h"
 #include "helper/helper.h"
 #include "parallel/blas/level3/small_gemm.h"
+#include "parallel/blas/level3/symm_left_columns.h"
 #include "threading/scratch.h"
 
 namespace kovra::parallel::blas {
@@ -16,8 +17,8 @@ namespace kovra::parallel::blas {
 // Run length of the task path along A's order, fixed whatever the kernel.
 inline constexpr int symmetric_product_run = 128;
 
-// The serial product on the calling thread, for SYMM (Hermitian = false) and HEMM. Only the triangle named by
-// uplo is read, and of a Hermitian diagonal only the real part.
+// The serial product on the calling thread, for SYMM (Hermitian = false) and HEMM, as plain loops: the meaning
+// of the serial form. Only the triangle named by uplo is read, and of a Hermitian diagonal only the real part.
 template <bool Hermitian, typename T>
 void small_symmetric_product(char side, char uplo, int m, int n, T alpha, const T* a, int lda, const T* b, int ldb,
                              T beta, T* c, int ldc) {
@@ -65,9 +66,16 @@ void small_symmetric_product(char side, char uplo, int m, int n, T alpha, const 
   }
 }
 
+// SYMM's serial form; the left side of a real type runs several columns at a time, with the same operations.
 template <typename T>
 void small_symm(char side, char uplo, int m, int n, T alpha, const T* a, int lda, const T* b, int ldb, T beta, T* c,
                 int ldc) {
+  using namespace helper;
+  if constexpr (std::is_floating_point_v<T>) {
+    const bool quick = n == 0 || (beta == T(1) && alpha == T(0)) || alpha == T(0);
+    if (fold_letter(side) == 'L' && m > 0 && m <= symm_left_max_rows && !quick)
+      return symm_left_columns<T>(fold_letter(uplo) == 'U', m, alpha, a, lda, beta).run(n, b, ldb, c, ldc);
+  }
   small_symmetric_product<false>(side, uplo, m, n, alpha, a, lda, b, ldb, beta, c, ldc);
 }
 
