@@ -1,6 +1,7 @@
 // The x86-64 kernels, bit for bit: the micro kernels against a scalar model of their arithmetic (which the
-// portable bodies with the same tiles must also meet on integer panels), AXPY and SCAL against the portable
-// kernel, every output between sentinels. A kernel of a set this processor lacks is skipped.
+// portable bodies with the same tiles must also meet on integer panels), AXPY, SCAL and the tile packers
+// against the portable kernel, every output between sentinels. A kernel of a set this processor lacks is
+// skipped.
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -117,6 +118,23 @@ TYPED_TEST(X86Kernels, AxpyAndScalMatchThePortableKernel) {
     EXPECT_TRUE(all_same_bits(y, y_plain)) << "axpy n=" << n;
     EXPECT_TRUE(all_same_bits(s, s_plain)) << "scal n=" << n;
     EXPECT_TRUE(all_same_bits(nans, zeros)) << "scal by 0 n=" << n;
+  }
+}
+
+// Each tile packer against the portable one of the same tile shape, from a source with a wider stride, with a
+// sentinel after the tile.
+TYPED_TEST(X86Kernels, TilePackersMatchThePortableOnes) {
+  using T = typename TypeParam::first_type;
+  using packer = void (kernels::kernel_object<T>::*)(const T*, int, T*) const;
+  const kernels::kernel_object<T> plain(kernels::x86_blocking<T, typename TypeParam::second_type>());
+  const int size = plain.tile_size, ld = plain.tile_m + 3;
+  const std::vector<T> src = random_values<T>(ld * ld, 7);
+  for (const packer pack : {&kernels::kernel_object<T>::pack_a, &kernels::kernel_object<T>::pack_a_trans,
+                            &kernels::kernel_object<T>::pack_b, &kernels::kernel_object<T>::pack_b_trans}) {
+    std::vector<T> ours(size + 1, sentinel<T>()), theirs = ours;
+    (this->kern.*pack)(src.data(), ld, ours.data());
+    (plain.*pack)(src.data(), ld, theirs.data());
+    EXPECT_TRUE(all_same_bits(ours, theirs));
   }
 }
 

@@ -21,8 +21,9 @@
 // (rr - ii, ir + ri), multiplied by the full complex alpha (each of the four products rounded, then one
 // subtraction and one addition), and added to C with a separate addition per part (or stored when clear).
 // micro_kernel_t is micro_kernel with alpha 1, so both give the same bits for the same panels. The real
-// vector kernels round exactly as the portable ones; the complex types keep the portable vector kernels
-// and packers, and the real types the portable packers, whose copies the compiler already vectorises.
+// vector kernels round exactly as the portable ones; the complex types keep the portable vector kernels.
+// The tile packers copy as the portable ones do, but with the tile's shape known at compile time, which
+// halves their cost in calls of 9 to 32; the conjugating ones stay portable.
 #pragma once
 
 #include <complex>
@@ -76,12 +77,20 @@ template <typename T, typename Isa> struct x86_ops {
   static void micro_kernel_t(int k, const T* a, const T* b, T* c, int ldc, bool clear);
   static void axpy(int n, T alpha, const T* x, T* y);
   static void scal(int n, T alpha, T* x);
+  static void pack_a(const T* src, int ld, T* dst);
+  static void pack_a_trans(const T* src, int ld, T* dst);
+  static void pack_b(const T* src, int ld, T* dst);
+  static void pack_b_trans(const T* src, int ld, T* dst);
 };
 
 template <typename T, typename Isa> class x86_kernel final : public kernel_object<T> {
  public:
   x86_kernel() : kernel_object<T>(x86_blocking<T, Isa>()) {}
 
+  void pack_a(const T* src, int ld, T* dst) const override { x86_ops<T, Isa>::pack_a(src, ld, dst); }
+  void pack_a_trans(const T* src, int ld, T* dst) const override { x86_ops<T, Isa>::pack_a_trans(src, ld, dst); }
+  void pack_b(const T* src, int ld, T* dst) const override { x86_ops<T, Isa>::pack_b(src, ld, dst); }
+  void pack_b_trans(const T* src, int ld, T* dst) const override { x86_ops<T, Isa>::pack_b_trans(src, ld, dst); }
   void micro_kernel(const T* alpha, int k, const T* a, const T* b, T* c, int ldc, bool clear) const override {
     x86_ops<T, Isa>::micro_kernel(*alpha, k, a, b, c, ldc, clear);
   }

@@ -183,4 +183,35 @@ template <typename T, typename Isa> void x86_ops<T, Isa>::scal(int n, T alpha, T
   }
 }
 
+// The tile packers, with the tile's shape fixed at compile time so that the copies unroll into straight
+// moves: one tile of tile_m rows by tile_n columns, or of tile_n rows by tile_m columns for B, in the same
+// layouts as the portable packers.
+template <typename T, typename Isa> void x86_ops<T, Isa>::pack_a(const T* src, int ld, T* dst) {
+  constexpr int tile_m = x86_blocking<T, Isa>().tile_m, tile_n = x86_blocking<T, Isa>().tile_n;
+  for_each_index<tile_n>([&](auto j) {
+    std::memcpy(static_cast<void*>(dst + j * tile_m), src + std::ptrdiff_t{j} * ld, tile_m * sizeof(T));
+  });
+}
+
+template <typename T, typename Isa> void x86_ops<T, Isa>::pack_a_trans(const T* src, int ld, T* dst) {
+  constexpr int tile_m = x86_blocking<T, Isa>().tile_m, tile_n = x86_blocking<T, Isa>().tile_n;
+  for_each_index<tile_m>([&](auto i) {
+    for_each_index<tile_n>([&](auto j) { dst[j * tile_m + i] = src[j + std::ptrdiff_t{i} * ld]; });
+  });
+}
+
+template <typename T, typename Isa> void x86_ops<T, Isa>::pack_b(const T* src, int ld, T* dst) {
+  constexpr int tile_m = x86_blocking<T, Isa>().tile_m, tile_n = x86_blocking<T, Isa>().tile_n;
+  for_each_index<tile_n>([&](auto j) {
+    for_each_index<tile_m>([&](auto i) { dst[i * tile_n + j] = src[i + std::ptrdiff_t{j} * ld]; });
+  });
+}
+
+template <typename T, typename Isa> void x86_ops<T, Isa>::pack_b_trans(const T* src, int ld, T* dst) {
+  constexpr int tile_m = x86_blocking<T, Isa>().tile_m, tile_n = x86_blocking<T, Isa>().tile_n;
+  for_each_index<tile_m>([&](auto i) {
+    std::memcpy(static_cast<void*>(dst + i * tile_n), src + std::ptrdiff_t{i} * ld, tile_n * sizeof(T));
+  });
+}
+
 }  // namespace kovra::kernels
