@@ -8,17 +8,20 @@
 // and with 'U', trans 'N' and beta = 0 keeps the old real part in the sum.
 #pragma once
 
+#include <type_traits>
+
 #include "helper/complex_arith.h"
 #include "helper/helper.h"
 #include "parallel/blas/level3/rank_update.h"
+#include "parallel/blas/level3/rank_update_columns.h"
 #include "threading/scratch.h"
 
 namespace kovra::parallel::blas {
 
-// The serial update on the calling thread. In the 'N' loops an exact zero A(j, l) skips its whole term, so a
-// NaN in A(i, l) opposite it never reaches C.
+// The serial update as loops, the meaning of small_syrk. In the 'N' loops an exact zero A(j, l) skips its whole
+// term, so a NaN in A(i, l) opposite it never reaches C.
 template <typename T>
-void small_syrk(char uplo, char trans, int n, int k, T alpha, const T* a, int lda, T beta, T* c, int ldc) {
+void small_syrk_loops(char uplo, char trans, int n, int k, T alpha, const T* a, int lda, T beta, T* c, int ldc) {
   using namespace helper;
   if (rank_update_is_noop(n, k, alpha, beta)) return;
   const bool upper = fold_letter(uplo) == 'U';
@@ -42,6 +45,16 @@ void small_syrk(char uplo, char trans, int n, int k, T alpha, const T* a, int ld
       }
     }
   }
+}
+
+// The serial update on the calling thread: for float and double the same steps a tile of C at a time
+// (rank_update_columns.h), for the complex types the loops.
+template <typename T>
+void small_syrk(char uplo, char trans, int n, int k, T alpha, const T* a, int lda, T beta, T* c, int ldc) {
+  if constexpr (std::is_floating_point_v<T>)
+    if (!rank_update_is_noop(n, k, alpha, beta) && alpha != 0)
+      return syrk_columns(uplo, trans, n, k, alpha, a, lda, beta, c, ldc);
+  small_syrk_loops(uplo, trans, n, k, alpha, a, lda, beta, c, ldc);
 }
 
 // The serial Hermitian update; the zero skip of the 'N' loops compares both parts of A(j, l).
