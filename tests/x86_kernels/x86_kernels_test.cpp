@@ -106,10 +106,13 @@ TYPED_TEST(X86Kernels, AxpyAndScalMatchThePortableKernel) {
   this->kern.axpy_kernel(-1, &alpha, nullptr, nullptr);  // a length below 1 touches nothing
   this->kern.scal_kernel(-1, &zero, nullptr);
   for (int n = 0; n < 140; n += n < 33 ? 1 : 37) {
-    const std::vector<T> x = random_values<T>(n, 40 + n);
+    std::vector<T> x = random_values<T>(n, 40 + n);
+    if (n > 9) x[n - 7] = make<T>(INFINITY, NAN), x[n / 3] = make<T>(NAN, -1);  // products the complex kernels recover
     std::vector<T> y = random_values<T>(n, 41 + n), nans(n, nan_element<T>()), zeros(n);
     for (std::vector<T>* v : {&y, &nans, &zeros}) v->push_back(sentinel<T>());
-    std::vector<T> y_plain = y, s = y, s_plain = y;
+    std::vector<T> y_plain = y, s = x;
+    s.push_back(sentinel<T>());
+    std::vector<T> s_plain = s;
     this->kern.axpy_kernel(n, &alpha, x.data(), y.data());
     plain.axpy_kernel(n, &alpha, x.data(), y_plain.data());
     this->kern.scal_kernel(n, &alpha, s.data());

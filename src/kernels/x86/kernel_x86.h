@@ -77,6 +77,10 @@ template <typename T, typename Isa> struct x86_ops {
   static void micro_kernel_t(int k, const T* a, const T* b, T* c, int ldc, bool clear);
   static void axpy(int n, T alpha, const T* x, T* y);
   static void scal(int n, T alpha, T* x);
+  // The complex vector kernels run whole registers from the start and return how many elements they did: they
+  // stop short of a register whose product has a NaN, which the portable body must recompute.
+  static int complex_axpy(int n, T alpha, const T* x, T* y);
+  static int complex_scal(int n, T alpha, T* x);
   static void pack_a(const T* src, int ld, T* dst);
   static void pack_a_trans(const T* src, int ld, T* dst);
   static void pack_b(const T* src, int ld, T* dst);
@@ -98,13 +102,33 @@ template <typename T, typename Isa> class x86_kernel final : public kernel_objec
     x86_ops<T, Isa>::micro_kernel_t(k, a, b, c, ldc, clear);
   }
   void axpy_kernel(int n, const T* alpha, const T* x, T* y) const override {
-    if constexpr (is_complex_v<T>) kernel_object<T>::axpy_kernel(n, alpha, x, y);
-    else x86_ops<T, Isa>::axpy(n, *alpha, x, y);
+    if constexpr (is_complex_v<T>) {
+      for (int i = 0; i < n;) {  // the vector body, then the portable one for one register or the tail
+        i += x86_ops<T, Isa>::complex_axpy(n - i, *alpha, x + i, y + i);
+        const int rest = helper::MIN(n - i, complex_lanes);
+        kernel_object<T>::axpy_kernel(rest, alpha, x + i, y + i);
+        i += rest;
+      }
+    } else {
+      x86_ops<T, Isa>::axpy(n, *alpha, x, y);
+    }
   }
   void scal_kernel(int n, const T* alpha, T* x) const override {
-    if constexpr (is_complex_v<T>) kernel_object<T>::scal_kernel(n, alpha, x);
-    else x86_ops<T, Isa>::scal(n, *alpha, x);
+    if constexpr (is_complex_v<T>) {
+      if (helper::is_zero(*alpha)) return kernel_object<T>::scal_kernel(n, alpha, x);  // clears, x unread
+      for (int i = 0; i < n;) {
+        i += x86_ops<T, Isa>::complex_scal(n - i, *alpha, x + i);
+        const int rest = helper::MIN(n - i, complex_lanes);
+        kernel_object<T>::scal_kernel(rest, alpha, x + i);
+        i += rest;
+      }
+    } else {
+      x86_ops<T, Isa>::scal(n, *alpha, x);
+    }
   }
+
+ private:
+  static constexpr int complex_lanes = Isa::register_bytes / int(sizeof(T));
 };
 
 template <typename T> using kernel_avx2_fma = x86_kernel<T, avx2_fma>;

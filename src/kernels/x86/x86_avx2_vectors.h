@@ -23,6 +23,7 @@ template <> struct x86_simd<avx2_fma, double> {
   static reg addsub(reg a, reg b) { return _mm256_addsub_pd(a, b); }
   // Each pair of lanes exchanged: (re, im) -> (im, re).
   static reg swap_pairs(reg a) { return _mm256_permute_pd(a, 0x5); }
+  static bool any_nan(reg a) { return _mm256_movemask_pd(_mm256_cmp_pd(a, a, _CMP_UNORD_Q)) != 0; }
 };
 
 template <> struct x86_simd<avx2_fma, float> {
@@ -38,6 +39,7 @@ template <> struct x86_simd<avx2_fma, float> {
   static reg add(reg a, reg b) { return _mm256_add_ps(a, b); }
   static reg addsub(reg a, reg b) { return _mm256_addsub_ps(a, b); }
   static reg swap_pairs(reg a) { return _mm256_permute_ps(a, 0xb1); }
+  static bool any_nan(reg a) { return _mm256_movemask_ps(_mm256_cmp_ps(a, a, _CMP_UNORD_Q)) != 0; }
 };
 
 }  // namespace kovra::kernels

@@ -24,6 +24,7 @@ template <> struct x86_simd<avx512, double> {
   static reg add(reg a, reg b) { return _mm512_add_pd(a, b); }
   static reg addsub(reg a, reg b) { return _mm512_fmaddsub_pd(a, _mm512_set1_pd(1.0), b); }
   static reg swap_pairs(reg a) { return _mm512_mask_permute_pd(a, 0xff, a, 0x55); }
+  static bool any_nan(reg a) { return _mm512_cmp_pd_mask(a, a, _CMP_UNORD_Q) != 0; }
 };
 
 template <> struct x86_simd<avx512, float> {
@@ -39,6 +40,7 @@ template <> struct x86_simd<avx512, float> {
   static reg add(reg a, reg b) { return _mm512_add_ps(a, b); }
   static reg addsub(reg a, reg b) { return _mm512_fmaddsub_ps(a, _mm512_set1_ps(1.0f), b); }
   static reg swap_pairs(reg a) { return _mm512_mask_permute_ps(a, 0xffff, a, 0xb1); }
+  static bool any_nan(reg a) { return _mm512_cmp_ps_mask(a, a, _CMP_UNORD_Q) != 0; }
 };
 
 }  // namespace kovra::kernels

@@ -183,6 +183,68 @@ template <typename T, typename Isa> void x86_ops<T, Isa>::scal(int n, T alpha, T
   }
 }
 
+// alpha * x on interleaved complex elements, as helper::cmul forms it: re = ac - bd and im = ad + bc with each
+// product rounded on its own. The vector holds (a c, a d) and (b d, b c) per element, then subtracts in the
+// real lane and adds in the imaginary one. A product with a NaN may be one that cmul recovers (infinite
+// operands), so the callers leave such a register to the portable body.
+template <typename T, typename Isa> struct complex_scaler {
+  using V = x86_simd<Isa, real_t<T>>;
+  typename V::reg re, im;
+  explicit complex_scaler(T alpha) : re(V::set1(alpha.real())), im(V::set1(alpha.imag())) {}
+  typename V::reg times(typename V::reg x) const { return V::addsub(V::mul(re, x), V::mul(im, V::swap_pairs(x))); }
+};
+
+// y = y + alpha * x, each part added on its own, register by register up to the first NaN product (a NaN in
+// a group of four stops the group, whose sum of products is NaN then, or also where infinities cancel).
+template <typename T, typename Isa> int x86_ops<T, Isa>::complex_axpy(int n, T alpha, const T* x, T* y) {
+  int i = 0;
+  if constexpr (is_complex_v<T>) {
+    using V = x86_simd<Isa, real_t<T>>;
+    constexpr int per = V::lanes / 2;
+    const complex_scaler<T, Isa> al(alpha);
+    const auto xr = reinterpret_cast<const real_t<T>*>(x);
+    const auto yr = reinterpret_cast<real_t<T>*>(y);
+    for (; i + 4 * per <= n; i += 4 * per) {  // four registers at a time, one NaN test for all
+      typename V::reg p[4];
+      for_each_index<4>([&](auto u) { p[u] = al.times(V::load(xr + 2 * (i + u * per))); });
+      if (V::any_nan(V::add(V::add(p[0], p[1]), V::add(p[2], p[3])))) return i;
+      for_each_index<4>([&](auto u) {
+        real_t<T>* at = yr + 2 * (i + u * per);
+        V::store(at, V::add(V::load(at), p[u]));
+      });
+    }
+    for (; i + per <= n; i += per) {
+      const typename V::reg p = al.times(V::load(xr + 2 * i));
+      if (V::any_nan(p)) break;
+      V::store(yr + 2 * i, V::add(V::load(yr + 2 * i), p));
+    }
+  }
+  return i;
+}
+
+// x = alpha * x, register by register up to the first NaN product.
+template <typename T, typename Isa> int x86_ops<T, Isa>::complex_scal(int n, T alpha, T* x) {
+  int i = 0;
+  if constexpr (is_complex_v<T>) {
+    using V = x86_simd<Isa, real_t<T>>;
+    constexpr int per = V::lanes / 2;
+    const complex_scaler<T, Isa> al(alpha);
+    const auto xr = reinterpret_cast<real_t<T>*>(x);
+    for (; i + 4 * per <= n; i += 4 * per) {
+      typename V::reg p[4];
+      for_each_index<4>([&](auto u) { p[u] = al.times(V::load(xr + 2 * (i + u * per))); });
+      if (V::any_nan(V::add(V::add(p[0], p[1]), V::add(p[2], p[3])))) return i;
+      for_each_index<4>([&](auto u) { V::store(xr + 2 * (i + u * per), p[u]); });
+    }
+    for (; i + per <= n; i += per) {
+      const typename V::reg p = al.times(V::load(xr + 2 * i));
+      if (V::any_nan(p)) break;
+      V::store(xr + 2 * i, p);
+    }
+  }
+  return i;
+}
+
 // The tile packers, with the tile's shape fixed at compile time so that the copies unroll into straight
 // moves: one tile of tile_m rows by tile_n columns, or of tile_n rows by tile_m columns for B, in the same
 // layouts as the portable packers.
