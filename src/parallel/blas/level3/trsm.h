@@ -1,24 +1,28 @@
 // trsm<T>: op(A) X = alpha B (side 'L') or X op(A) = alpha B (side 'R') for a triangular A, X over B. The
-// serial form small_trsm is the meaning; the task path splits B by right-hand sides (its columns for side
-// 'L', its rows for 'R') and walks A's diagonal inside each task in blocks of 4 tiles of the split direction:
-// small_trsm on the diagonal block, then a nested gemm<T> with -1 and 1 on what is still to be solved.
-// alpha goes unchanged into every diagonal solve, so with more than one block and alpha other than 1 the
-// parts behind the first block carry alpha on the solved part's term too; that is the required result.
+// serial form small_trsm is the meaning, its results bit for bit those of the loop nest small_trsm_loops; the
+// task path splits B by right-hand sides (its columns for side 'L', its rows for 'R') and walks A's diagonal
+// inside each task in blocks of 4 tiles of the split direction: small_trsm on the diagonal block, then a
+// nested gemm<T> with -1 and 1 on what is still to be solved. alpha goes unchanged into every diagonal solve,
+// so with more than one block and alpha other than 1 the parts behind the first block carry alpha on the
+// solved part's term too; that is the required result.
 #pragma once
+
+#include <type_traits>
 
 #include "helper/complex_arith.h"
 #include "helper/helper.h"
 #include "parallel/blas/level3/triangular.h"
+#include "parallel/blas/level3/triangular_solve_columns.h"
 #include "threading/scratch.h"
 
 namespace kovra::parallel::blas {
 
-// The serial solve on the calling thread: a plain loop nest, no kernel, no packing. Left solves divide
-// element by element; right solves multiply by a reciprocal formed once per column. An exact zero of the
-// B(k, j) or A(k, j) about to be used is skipped, so NaN and infinity in the skipped operand do not spread.
+// The serial solve's meaning: a plain loop nest, no kernel, no packing. Left solves divide element by
+// element; right solves multiply by a reciprocal formed once per column. An exact zero of the B(k, j) or
+// A(k, j) about to be used is skipped, so NaN and infinity in the skipped operand do not spread.
 template <typename T>
-void small_trsm(char side, char uplo, char transa, char diag, int m, int n, T alpha, const T* a, int lda, T* b,
-                int ldb) {
+void small_trsm_loops(char side, char uplo, char transa, char diag, int m, int n, T alpha, const T* a, int lda,
+                      T* b, int ldb) {
   using namespace helper;
   if (m == 0 || n == 0) return;
   if (is_zero(alpha)) return clear_columns(m, n, b, ldb);
@@ -72,6 +76,18 @@ void small_trsm(char side, char uplo, char transa, char diag, int m, int n, T al
       if (scale) scale_column(col(k), m, alpha);
     }
   }
+}
+
+// The serial solve on the calling thread. Left solves of float and double take many right-hand sides at once
+// (solve_left_columns), with every element's operations those of the loop nest; the others run the loop nest.
+template <typename T>
+void small_trsm(char side, char uplo, char transa, char diag, int m, int n, T alpha, const T* a, int lda, T* b,
+                int ldb) {
+  if constexpr (std::is_same_v<T, float> || std::is_same_v<T, double>) {
+    if (helper::fold_letter(side) == 'L' && m > 0 && m <= solve_max_rows && n > 0 && alpha != T(0))
+      return solve_left_columns(uplo, transa, diag, m, n, alpha, a, lda, b, ldb);
+  }
+  small_trsm_loops(side, uplo, transa, diag, m, n, alpha, a, lda, b, ldb);
 }
 
 // The per-call record: the call's fields and the tile body.
