@@ -28,24 +28,16 @@
 #include <cstring>
 
 #include "helper/helper.h"
+#include "helper/vector32.h"
 #include "parallel/blas/level3/rank_update.h"
 
 namespace kovra::parallel::blas {
 
-// A vector of 32 bytes of T in GCC's vector extension, which clang shares: lane-wise code on it becomes AVX
-// registers where there are some, pairs of narrower ones or scalars elsewhere. It is wrapped in a struct so
-// that it crosses the small inline helpers below as an aggregate on targets without AVX too.
+// A vector of 32 bytes of T (helper/vector32.h), wrapped in a struct so that it crosses the small inline
+// helpers below by value as an aggregate, on targets without AVX too.
 template <typename T>
-struct lanes;
-template <>
-struct lanes<float> {
-  typedef float type __attribute__((vector_size(32)));
-  type v;
-};
-template <>
-struct lanes<double> {
-  typedef double type __attribute__((vector_size(32)));
-  type v;
+struct lanes {
+  typename helper::vector32<T>::lanes v;
 };
 template <typename T>
 inline constexpr int lane_count = static_cast<int>(sizeof(lanes<T>) / sizeof(T));

@@ -18,30 +18,20 @@
 #include <cmath>
 #include <cstddef>
 
+#include "helper/vector32.h"
+
 namespace kovra::parallel::blas {
 
 // The most rows the column block holds; the task path's diagonal blocks have at most 255.
 inline constexpr int symm_left_max_rows = 256;
-
-// 32 bytes of float or double as one value (GCC vector extension), lowered to what the target has.
-template <typename T>
-struct symm_vector;
-template <>
-struct symm_vector<float> {
-  typedef float type __attribute__((vector_size(32)));
-};
-template <>
-struct symm_vector<double> {
-  typedef double type __attribute__((vector_size(32)));
-};
 
 template <typename T>
 class symm_left_columns {
  public:
   static constexpr int width = 64 / sizeof(T);  // columns per pass: two 256-bit registers' worth
   static constexpr int rows_per_step = 4;
-  // A dot's chains across the pass's columns live in vectors of 32 bytes (one AVX register, two NEON ones).
-  using vec = typename symm_vector<T>::type;
+  // A dot's chains across the pass's columns live in vectors of 32 bytes (helper/vector32.h).
+  using vec = typename helper::vector32<T>::lanes;
   static constexpr int lanes = int(32 / sizeof(T));
   static constexpr int vecs = width / lanes;
 

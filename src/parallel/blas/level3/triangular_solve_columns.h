@@ -9,27 +9,13 @@
 #include <cstdint>
 
 #include "helper/helper.h"
+#include "helper/vector32.h"
 
 namespace kovra::parallel::blas {
 
-// A 32-byte vector of elements, the integer vector that a comparison of two of them gives, its unsigned
-// twin that carries a lane's bit of a row's live word, and the lanes' positions in a vector.
+// The vectors of a row of right-hand sides (helper/vector32.h).
 template <typename T>
-struct solve_vectors;
-template <>
-struct solve_vectors<float> {
-  using lanes [[gnu::vector_size(32)]] = float;
-  using mask [[gnu::vector_size(32)]] = std::int32_t;
-  using bits [[gnu::vector_size(32)]] = std::uint32_t;
-  static constexpr bits lane_index = {0, 1, 2, 3, 4, 5, 6, 7};
-};
-template <>
-struct solve_vectors<double> {
-  using lanes [[gnu::vector_size(32)]] = double;
-  using mask [[gnu::vector_size(32)]] = std::int64_t;
-  using bits [[gnu::vector_size(32)]] = std::uint64_t;
-  static constexpr bits lane_index = {0, 1, 2, 3};
-};
+using solve_vectors = helper::vector32<T>;
 
 template <typename T>
 inline constexpr int vector_lanes = 32 / static_cast<int>(sizeof(T));
