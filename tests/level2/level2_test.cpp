@@ -5,6 +5,7 @@
 #include <vesk/exceptions.h>
 
 #include <algorithm>
+#include <array>
 #include <vector>
 
 #include "kernels/get_kernel.h"
@@ -234,6 +235,31 @@ TYPED_TEST(Matvec, EntriesInBothFormsAndBothOrders) {
     idle.cblas(CblasRowMajor, CblasConjTrans, make<T>(0), make<T>(1));
     EXPECT_TRUE(all_same_bits(idle.y.logical(), before) && idle.y.intact());
   }
+}
+
+template <typename T>
+class BandByDiagonals : public ::testing::Test {};
+TYPED_TEST_SUITE(BandByDiagonals, real_types, element_type_names);
+
+// The 'N' rows of a band taken a diagonal at a time give the bits of the tile's column pieces, over whole
+// and clipped row ranges, blocks and bands cut short by either edge; a zero x_j keeps its NaN column out.
+TYPED_TEST(BandByDiagonals, GiveTheBitsOfTheColumnPieces) {
+  using T = TypeParam;
+  if (!kernel_steps_are_fused<T>) GTEST_SKIP() << "the tiles take a band by diagonals only where steps are fused";
+  for (const std::array<int, 4> band : {std::array{150, 140, 8, 8}, {140, 150, 0, 5}, {70, 200, 6, 0}, {200, 9, 3, 20}})
+    for (auto [f, l] : {std::pair{0, band[0]}, {1, band[0] - 1}, {63, std::min(band[0], 131)}}) {
+      const int m = band[0], n = band[1], kl = band[2], ku = band[3];
+      matvec_case<T> c({'N', m, n, kl, ku, 1, 1}, unsigned(m + kl));
+      c.x[n / 2] = T(0);
+      for (int r = 0; r <= kl + ku; ++r) c.a.at(r, n / 2) = nan_element<T>();
+      std::vector<T> plain = c.y.logical(), by_diagonals = plain;
+      const auto record = [&](T* y) {
+        return gbmv_object<T>{'N', m, n, kl, ku, T(0.75), c.a.data(), c.a.ld(), c.x.data(), 1, T(1), y, 1};
+      };
+      record(plain.data()).add_rows(f, l);
+      record(by_diagonals.data()).add_rows_by_diagonals(f, l);
+      EXPECT_TRUE(all_same_bits(plain, by_diagonals)) << m << "x" << n << " " << kl << "," << ku << " rows " << f;
+    }
 }
 
 template <typename T>

@@ -9,13 +9,22 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <type_traits>
 
 #include "helper/complex_arith.h"
 #include "helper/helper.h"
 #include "kernels/get_kernel.h"
 #include "parallel/blas/level1/logical_element.h"
+#include "platform.h"
 
 namespace kovra::parallel::blas {
+
+// On x86-64 every kernel's real axpy_kernel rounds as the portable body does, one fused multiply-add
+// fma(alpha, x[i], y[i]) per element, and its scal_kernel is y[i] * alpha (zeros for a zero alpha). A routine
+// may then run those steps in loops of its own, interleaved as it likes, and keep the kernel's bits. The ARM
+// multiply-accumulate kernel rounds the product first, so elsewhere the kernel must be called.
+template <typename T>
+inline constexpr bool kernel_steps_are_fused = KOVRA_X86_64 && std::is_floating_point_v<T>;
 
 // buf[i] := x logical i.
 template <typename T> void vec_gather(int n, const T* x, int incx, T* buf) {
