@@ -57,9 +57,15 @@ class image_kernel_object {
                                          int y0, int line, int row, int rows) const;
   virtual void pack_three_channels(const T* image, T* dst, int x0, int y0, int line, int row, int rows) const;
 
+  // Channels [c, c + count), all below `channels`, of the tile_m rows at a tap, tile_m elements each: what the
+  // walkers store after the groups, each channel with the value rule above.
+  void pack_rest_channels(int c, int count, const T* image, T* dst, int x0, int y0, bool interleaved, int row,
+                          int rows) const;
+
   // Where the tile_m rows from `row` read at a tap: the offset of their pixel in the image counted in pixels
-  // (x + image_width*y), or -1 where the value is zero. At most max_tile_m rows.
-  static constexpr int max_tile_m = 16;
+  // (x + image_width*y), or -1 where the value is zero. At most max_tile_m rows: the tallest tile of any kernel,
+  // 32 rows of float on AVX-512.
+  static constexpr int max_tile_m = 32;
   void pixel_offsets(int x0, int y0, int row, int rows, std::ptrdiff_t* offsets) const;
 };
 

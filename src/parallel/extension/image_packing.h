@@ -3,7 +3,7 @@
 // Depth position k is (fy*filter_x + fx)*channels + c: tap row, tap column, channel, channels running fastest.
 //
 // Per panel and tap the channels go through the image kernel's group operation as far as whole groups of tile_n
-// reach (channels rounded down to a multiple of tile_n), the rest one channel at a time; an interleaved image of
+// reach (channels rounded down to a multiple of tile_n), the rest through pack_rest_channels; an interleaved image of
 // three channels takes a whole pixel at once where the depth block holds all three. The last panel of a block may
 // have rows past m0 + mb: those below the row count are read although the product ignores them, those beyond it
 // are zeros.
@@ -24,15 +24,6 @@ void pack_image(const kernels::image_kernel_object<T>& k, int m0, int k0, const 
   const int channels = k.channels, tm = k.tile_m, rows = k.output_width * k.output_height;
   const int plane = k.image_width * k.image_height, line = k.image_width * channels;
   const int c_end = channels / k.tile_n * k.tile_n, tap_depth = k.filter_x * channels;
-  // One channel of the tile_m rows at a tap, their pixels' offsets given: the values, with the zero rule.
-  const auto single_channel = [&](const std::ptrdiff_t* offsets, int c, T* out) {
-    for (int i = 0; i < tm; ++i) {
-      const std::ptrdiff_t at =
-          Interleaved ? c + std::ptrdiff_t{channels} * offsets[i] : offsets[i] + std::ptrdiff_t{plane} * c;
-      out[i] = offsets[i] < 0 ? T(0) : image[at];
-    }
-  };
-  std::ptrdiff_t offsets[kernels::image_kernel_object<T>::max_tile_m];
   for (int row = m0; row < m0 + mb; row += tm) {
     int fy = k0 / tap_depth, fx = k0 % tap_depth / channels, c = k0 % channels, p = 0;
     for (; fy < k.filter_y && p < kb; fx = 0, ++fy) {
@@ -49,9 +40,9 @@ void pack_image(const kernels::image_kernel_object<T>& k, int m0, int k0, const 
           k.pack_channels_planar(c, c_end, p, kb, image, dst, x0, y0, plane, row, rows);
         const int used = helper::MIN(helper::MAX(c_end - c, 0), kb - p);
         c += used, p += used, dst += std::ptrdiff_t{used} * tm;
-        if (c >= channels || p >= kb) continue;
-        k.pixel_offsets(x0, y0, row, rows, offsets);
-        for (; c < channels && p < kb; ++c, ++p, dst += tm) single_channel(offsets, c, dst);
+        const int rest = helper::MIN(channels - c, kb - p);  // the channels past the last whole group
+        k.pack_rest_channels(c, rest, image, dst, x0, y0, Interleaved, row, rows);
+        p += rest, dst += std::ptrdiff_t{rest} * tm;
       }
     }
   }
