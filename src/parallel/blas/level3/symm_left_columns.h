@@ -9,7 +9,8 @@
 // This form keeps every element's chain and runs many chains at once:
 // - J columns of B are copied side by side into a small local block, so that one k step of a dot is a few
 //   packed fmas across the columns, for four rows of A at once (4 x J chains);
-// - the feeds of the same four rows go down each C column in one pass, four fmas per element in walk order;
+// - the feeds of the same four rows go down two C columns at a time in one pass, four fmas per element in
+//   walk order;
 // - the elements inside the four rows' own triangle get their set and feeds one row after the other, as the
 //   plain walk gives them.
 #pragma once
@@ -90,12 +91,15 @@ class symm_left_columns {
     vec acc[R][vecs];
     for (int r = 0; r < R; ++r)
       for (int v = 0; v < vecs; ++v) acc[r][v] = dot[r][v];
-    for (int k = lo; k < hi; ++k)
+    for (int k = lo; k < hi; ++k) {
+#pragma GCC unroll 4
       for (int r = 0; r < R; ++r) {
         vec ak;
         splat(ak, A(k, row(r)));
+#pragma GCC unroll 4
         for (int v = 0; v < vecs; ++v) lane_fma(acc[r][v], m_b[k][v], ak);
       }
+    }
     for (int r = 0; r < R; ++r)
       for (int v = 0; v < vecs; ++v) dot[r][v] = acc[r][v];
     // Upper: the rows k from the step's first row up to row r come last.
@@ -103,25 +107,42 @@ class symm_left_columns {
       for (int r = 1; r < R; ++r)
         for (int k = first; k < row(r); ++k) add_row(dot[r], k, A(k, row(r)));
 
-    for (int jj = 0; jj < cols; ++jj) {
-      T t[R];
-      const T* ar[R];
-      for (int r = 0; r < R; ++r) {
-        t[r] = m_alpha * m_b[row(r)][jj / lanes][jj % lanes];
-        ar[r] = &A(0, row(r));
+    const T* ar[R];
+    for (int r = 0; r < R; ++r) ar[r] = &A(0, row(r));
+    T t[R][width];
+    for (int r = 0; r < R; ++r)
+      for (int jj = 0; jj < cols; ++jj) t[r][jj] = m_alpha * m_b[row(r)][jj / lanes][jj % lanes];
+    // The common rows take the R feeds in walk order, two columns of C per sweep so that they share the
+    // loads of A.
+    int jj = 0;
+    for (; jj + 2 <= cols; jj += 2) {
+      T* const x0 = cj[jj];
+      T* const x1 = cj[jj + 1];
+      for (int k = lo; k < hi; ++k) {
+        T v0 = x0[k], v1 = x1[k];
+        for (int r = 0; r < R; ++r) {
+          v0 = std::fma(t[r][jj], ar[r][k], v0);
+          v1 = std::fma(t[r][jj + 1], ar[r][k], v1);
+        }
+        x0[k] = v0;
+        x1[k] = v1;
       }
+    }
+    for (; jj < cols; ++jj) {
       T* const x = cj[jj];
-      // The common rows take the R feeds in walk order.
       for (int k = lo; k < hi; ++k) {
         T v = x[k];
-        for (int r = 0; r < R; ++r) v = std::fma(t[r], ar[r][k], v);
+        for (int r = 0; r < R; ++r) v = std::fma(t[r][jj], ar[r][k], v);
         x[k] = v;
       }
-      // Inside the step: row r's feeds reach the rows walked before it in this step, then row r is set.
+    }
+    // Inside the step: row r's feeds reach the rows walked before it in this step, then row r is set.
+    for (jj = 0; jj < cols; ++jj) {
+      T* const x = cj[jj];
       for (int r = 0; r < R; ++r) {
-        for (int q = 0; q < r; ++q) x[row(q)] = std::fma(t[r], ar[r][row(q)], x[row(q)]);
+        for (int q = 0; q < r; ++q) x[row(q)] = std::fma(t[r][jj], ar[r][row(q)], x[row(q)]);
         const int i = row(r);
-        const T kept = m_beta == T(0) ? t[r] * ar[r][i] : std::fma(t[r], ar[r][i], m_beta * x[i]);
+        const T kept = m_beta == T(0) ? t[r][jj] * ar[r][i] : std::fma(t[r][jj], ar[r][i], m_beta * x[i]);
         x[i] = std::fma(m_alpha, dot[r][jj / lanes][jj % lanes], kept);
       }
     }
