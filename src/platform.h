@@ -8,6 +8,12 @@
 #define KOVRA_ARM32 0
 #endif
 
+#if defined(__aarch64__)
+#define KOVRA_AARCH64 1
+#else
+#define KOVRA_AARCH64 0
+#endif
+
 #if defined(__x86_64__)
 #define KOVRA_X86_64 1
 #else

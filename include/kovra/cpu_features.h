@@ -11,9 +11,11 @@
 extern "C" {
 #endif
 
-/* The family of android_getCpuFamily(): ARM builds report KOVRA_CPU_FAMILY_ARM, and so does every
- * processor without a family of its own; x86-64 builds report KOVRA_CPU_FAMILY_X86_64. */
+/* The family of android_getCpuFamily(): 32-bit ARM builds report KOVRA_CPU_FAMILY_ARM, and so does every
+ * processor without a family of its own; AArch64 builds report KOVRA_CPU_FAMILY_ARM64 and x86-64 builds
+ * KOVRA_CPU_FAMILY_X86_64. */
 #define KOVRA_CPU_FAMILY_ARM 1
+#define KOVRA_CPU_FAMILY_ARM64 4
 #define KOVRA_CPU_FAMILY_X86_64 5
 
 /* Bits of android_getCpuFeatures() on ARM. The x86-64 bits below share the word; a build reports only the
@@ -35,6 +37,17 @@ extern "C" {
 #define ARM_FEATURE_SHA1 ((uint64_t)0x4000)
 #define ARM_FEATURE_SHA2 ((uint64_t)0x8000)
 #define ARM_FEATURE_CRC32 ((uint64_t)0x10000)
+
+/* Bits of android_getCpuFeatures() on AArch64, from the system's capability word. The floating-point unit and
+ * Advanced SIMD are part of every AArch64 processor that Linux and Android run on; they are reported as the
+ * system says, and assumed when it says nothing. */
+#define ARM64_FEATURE_FP ((uint64_t)0x1)
+#define ARM64_FEATURE_ASIMD ((uint64_t)0x2)
+#define ARM64_FEATURE_AES ((uint64_t)0x4)
+#define ARM64_FEATURE_PMULL ((uint64_t)0x8)
+#define ARM64_FEATURE_SHA1 ((uint64_t)0x10)
+#define ARM64_FEATURE_SHA2 ((uint64_t)0x20)
+#define ARM64_FEATURE_CRC32 ((uint64_t)0x40)
 
 /* Bits of android_getCpuFeatures() on x86-64. The instruction-set bits say what the processor has (CPUID);
  * OS_YMM and OS_ZMM say that the operating system saves the 256-bit registers (XCR0 bits 1 and 2), and

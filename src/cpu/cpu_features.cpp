@@ -17,10 +17,13 @@ std::uint32_t cpu_id = 0;
 pthread_once_t once = PTHREAD_ONCE_INIT;
 
 // The processor this build runs on, and the family it reports.
-constexpr kovra::cpu::probe_target build_target = KOVRA_ARM32    ? kovra::cpu::probe_target::arm32
-                                                  : KOVRA_X86_64 ? kovra::cpu::probe_target::x86_64
-                                                                 : kovra::cpu::probe_target::other;
-constexpr int build_family = KOVRA_X86_64 ? KOVRA_CPU_FAMILY_X86_64 : KOVRA_CPU_FAMILY_ARM;
+constexpr kovra::cpu::probe_target build_target = KOVRA_ARM32     ? kovra::cpu::probe_target::arm32
+                                                  : KOVRA_AARCH64 ? kovra::cpu::probe_target::aarch64
+                                                  : KOVRA_X86_64  ? kovra::cpu::probe_target::x86_64
+                                                                  : kovra::cpu::probe_target::other;
+constexpr int build_family = KOVRA_X86_64    ? KOVRA_CPU_FAMILY_X86_64
+                             : KOVRA_AARCH64 ? KOVRA_CPU_FAMILY_ARM64
+                                             : KOVRA_CPU_FAMILY_ARM;
 
 void cpu_init() {
   inited = 1;

@@ -98,15 +98,22 @@ std::uint32_t hwcap_from_words(std::string_view features) {
   return bits;
 }
 
-std::uint32_t auxv_hwcap(std::string_view contents) {
-  for (std::size_t at = 0; at + 8 <= contents.size(); at += 8) {
-    std::uint32_t pair[2];
+namespace {
+
+template <typename Word> Word auxv_value(std::string_view contents, Word type) {
+  for (std::size_t at = 0; at + 2 * sizeof(Word) <= contents.size(); at += 2 * sizeof(Word)) {
+    Word pair[2];
     std::memcpy(pair, contents.data() + at, sizeof pair);
-    if (pair[0] == at_hwcap) return pair[1];
+    if (pair[0] == type) return pair[1];
     if (pair[0] == 0 && pair[1] == 0) break;
   }
   return 0;
 }
+
+}  // namespace
+
+std::uint32_t auxv_hwcap(std::string_view contents) { return auxv_value<std::uint32_t>(contents, at_hwcap); }
+std::uint64_t auxv_hwcap64(std::string_view contents) { return auxv_value<std::uint64_t>(contents, at_hwcap); }
 
 namespace {
 

@@ -51,9 +51,11 @@ std::uint32_t hwcap_from_words(std::string_view features);
 inline constexpr unsigned long at_hwcap = 16;
 inline constexpr unsigned long at_hwcap2 = 26;
 
-// The value of the first (type, value) pair of 32-bit words with type 16 in the contents of
-// /proc/self/auxv; 0 if a (0, 0) pair or the end of the contents comes first.
+// The value of the first (type, value) pair with type 16 in the contents of /proc/self/auxv; 0 if a (0, 0)
+// pair or the end of the contents comes first. The pairs are of the process's word: 32-bit words in a 32-bit
+// process, 64-bit ones in a 64-bit process.
 std::uint32_t auxv_hwcap(std::string_view contents);
+std::uint64_t auxv_hwcap64(std::string_view contents);
 
 // The packed processor id: implementer << 24 | variant << 20 | part << 4 | revision, each field taken
 // only when its value starts with a digit of its base.

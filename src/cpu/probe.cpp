@@ -84,6 +84,23 @@ std::uint64_t x86_features(probe_source& source) {
   return features;
 }
 
+// AArch64: the capability word of the auxiliary vector, from getauxval or else /proc/self/auxv, whose pairs are
+// of 64-bit words here. Without either answer the floating-point unit and Advanced SIMD are assumed, as every
+// AArch64 system has them (this library's own floating-point code uses them throughout).
+std::uint64_t aarch64_features(probe_source& source) {
+  std::uint64_t word = source.getauxval(at_hwcap);
+  if (word == 0) word = auxv_hwcap64(source.auxv());
+  if (word == 0) return ARM64_FEATURE_FP | ARM64_FEATURE_ASIMD;
+  // Linux's AArch64 capability bits, in order from bit 0: fp, asimd, evtstrm, aes, pmull, sha1, sha2, crc32.
+  static constexpr std::pair<unsigned, std::uint64_t> hwcap_bits[] = {
+      {0, ARM64_FEATURE_FP},    {1, ARM64_FEATURE_ASIMD}, {3, ARM64_FEATURE_AES},  {4, ARM64_FEATURE_PMULL},
+      {5, ARM64_FEATURE_SHA1}, {6, ARM64_FEATURE_SHA2},  {7, ARM64_FEATURE_CRC32}};
+  std::uint64_t features = 0;
+  for (const auto& [bit, feature] : hwcap_bits)
+    if (word & (std::uint64_t{1} << bit)) features |= feature;
+  return features;
+}
+
 }  // namespace
 
 std::uint64_t apply_hwcap(std::uint64_t features, std::uint32_t hwcap) {
@@ -106,6 +123,9 @@ cpu_state run_probe(probe_source& source, probe_target target) {
   if (target == probe_target::x86_64) {
     state.family = KOVRA_CPU_FAMILY_X86_64;
     state.features = x86_features(source);
+  } else if (target == probe_target::aarch64) {
+    state.family = KOVRA_CPU_FAMILY_ARM64;
+    state.features = aarch64_features(source);
   }
   std::size_t size = 0;
   const field_value buffer = source.cpuinfo(size);
@@ -113,6 +133,7 @@ cpu_state run_probe(probe_source& source, probe_target target) {
   const std::string_view cpuinfo(buffer.get(), size);
 
   state.count = processor_count(source.present(), source.possible());
+  if (target == probe_target::aarch64) state.cpu_id = parse_cpu_id(cpuinfo);
   if (target != probe_target::arm32) return state;
 
   state.features = architecture_features(cpuinfo);

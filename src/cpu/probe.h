@@ -34,7 +34,7 @@ class probe_source {
 };
 
 // The processor whose rules the probe applies.
-enum class probe_target { arm32, x86_64, other };
+enum class probe_target { arm32, aarch64, x86_64, other };
 
 probe_source& system_source();
 
@@ -48,8 +48,9 @@ struct cpu_state {
 // Features from a capability word, each rule applied to the result of the ones before.
 std::uint64_t apply_hwcap(std::uint64_t features, std::uint32_t hwcap);
 
-// Runs the probe. For x86-64 the family and the features come from the processor itself, so they are
-// worked out even without /proc/cpuinfo; the count needs that file, as on every processor. For other
+// Runs the probe. For x86-64 the family and the features come from the processor itself, and for AArch64
+// from the capability word alone, so they are worked out even without /proc/cpuinfo; the count needs that
+// file, as on every processor, and so does the processor id of both ARM targets. For other
 // processors only the count is worked out: their files and capability words do not speak of ARM features.
 cpu_state run_probe(probe_source& source, probe_target target);
 

@@ -63,14 +63,17 @@ struct fake_source final : probe_source {
   unsigned long long xgetbv0() override { ++xgetbv_calls; return xcr0; }
 };
 
-constexpr probe_target arm32 = probe_target::arm32, x86_64 = probe_target::x86_64, other = probe_target::other;
-constexpr int build_family = KOVRA_X86_64 ? KOVRA_CPU_FAMILY_X86_64 : KOVRA_CPU_FAMILY_ARM;
+constexpr probe_target arm32 = probe_target::arm32, aarch64 = probe_target::aarch64, x86_64 = probe_target::x86_64,
+                       other = probe_target::other;
+constexpr int build_family = KOVRA_X86_64    ? KOVRA_CPU_FAMILY_X86_64
+                             : KOVRA_AARCH64 ? KOVRA_CPU_FAMILY_ARM64
+                                             : KOVRA_CPU_FAMILY_ARM;
 
-// /proc/self/auxv of a 32-bit process: (type, value) pairs of 32-bit words.
-std::string auxv_of(std::initializer_list<std::pair<std::uint32_t, std::uint32_t>> pairs) {
+// /proc/self/auxv: (type, value) pairs of the process's words, 32-bit ones by default.
+template <typename Word = std::uint32_t> std::string auxv_of(std::initializer_list<std::pair<Word, Word>> pairs) {
   std::string bytes;
   for (const auto& [type, value] : pairs) {
-    const std::uint32_t words[2] = {type, value};
+    const Word words[2] = {type, value};
     bytes.append(reinterpret_cast<const char*>(words), sizeof words);
   }
   return bytes;
@@ -199,6 +202,32 @@ TEST(Probe, X86Features) {
   EXPECT_EQ(run_probe(source, x86_64).features, 0u);
 }
 
+// AArch64: each capability bit the probe reads, from getauxval or else from 64-bit auxv pairs (a type whose
+// low half is 16 must not match); FP and Advanced SIMD assumed without either;
+// family and features also without /proc/cpuinfo, and the id from it.
+TEST(Probe, Aarch64Features) {
+  fake_source source;
+  const std::pair<unsigned, std::uint64_t> bits[] = {{0, ARM64_FEATURE_FP},    {1, ARM64_FEATURE_ASIMD},
+                                                     {3, ARM64_FEATURE_AES},   {4, ARM64_FEATURE_PMULL},
+                                                     {5, ARM64_FEATURE_SHA1},  {6, ARM64_FEATURE_SHA2},
+                                                     {7, ARM64_FEATURE_CRC32}, {2, 0}};
+  for (const auto& [bit, feature] : bits) {
+    source.auxval = {{at_hwcap, 1ul << bit}};
+    EXPECT_EQ(run_probe(source, aarch64).features, feature) << bit;
+    source.auxval.clear();
+    source.auxv_contents = auxv_of<std::uint64_t>({{6, 4096}, {std::uint64_t{1} << 32 | 16, 1}, {16, 1ul << bit}});
+    EXPECT_EQ(run_probe(source, aarch64).features, feature) << bit;
+  }
+  source.auxv_contents = auxv_of<std::uint64_t>({{6, 4096}, {0, 0}, {16, 1}});
+  source.cpuinfo_text = "CPU implementer\t: 0x41\nCPU part\t: 0xd03\n";
+  cpu_state state = run_probe(source, aarch64);
+  EXPECT_TRUE(state.family == KOVRA_CPU_FAMILY_ARM64 && state.count == 4 && state.cpu_id == 0x4100d030u &&
+              state.features == (ARM64_FEATURE_FP | ARM64_FEATURE_ASIMD));
+  source.cpuinfo_text.reset();
+  state = run_probe(source, aarch64);
+  EXPECT_TRUE(state.family == KOVRA_CPU_FAMILY_ARM64 && state.count == 1 && state.features == 3u);
+}
+
 // A key must open a line and be followed by a colon and a blank; the value keeps any further blanks and
 // runs to the end of the line or of a text with no final newline.
 TEST(CpuinfoText, Fields) {
@@ -302,6 +331,9 @@ TEST(CpuEntries, RealProbeOfThisMachine) {
   const std::string model = std::getenv("QEMU_CPU") ? std::getenv("QEMU_CPU") : "";  // known by name under qemu
   EXPECT_TRUE(model != "cortex-a15" || (features & ARM_FEATURE_NEON_FMA));
   EXPECT_TRUE(model != "cortex-a9" || !(features & (ARM_FEATURE_VFP_FMA | ARM_FEATURE_NEON_FMA)));
+#elif KOVRA_AARCH64
+  EXPECT_EQ((features & ARM64_FEATURE_ASIMD) != 0, (getauxval(AT_HWCAP) & HWCAP_ASIMD) != 0);
+  EXPECT_TRUE((features & ARM64_FEATURE_ASIMD) && features <= 0x7f) << features;
 #elif KOVRA_X86_64
   const bool ymm = features & X86_FEATURE_OS_YMM, zmm = features & X86_FEATURE_OS_ZMM;
   EXPECT_EQ(ymm && (features & X86_FEATURE_AVX2), __builtin_cpu_supports("avx2") != 0);
