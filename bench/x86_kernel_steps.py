@@ -7,22 +7,12 @@ AVX2, Skylake server for AVX-512) against the bound of its multiply-adds alone, 
 
 Usage: python3 bench/x86_kernel_steps.py build/release/src/libKOVRA-<version>.so"""
 import re
-import shutil
-import subprocess
 import sys
 
-listing = subprocess.run(["objdump", "-d", "--no-show-raw-insn", "-C", sys.argv[1]], check=True,
-                         capture_output=True, text=True).stdout
+sys.dont_write_bytecode = True  # importing the shared module leaves no __pycache__ in the source tree
+from kernel_loops import as_loop_source, backward_loops, disassemble, mca_cycles
 
-# function name -> [(address, instruction text)]
-functions, current = {}, None
-for line in listing.splitlines():
-    header = re.match(r"^[0-9a-f]+ <(.*)>:$", line)
-    if header:
-        current = header.group(1)
-        functions[current] = []
-    elif current and (m := re.match(r"^\s+([0-9a-f]+):\s+(.*)$", line)):
-        functions[current].append((int(m.group(1), 16), m.group(2).strip()))
+functions = disassemble("objdump", sys.argv[1])
 
 
 def kind(instruction):
@@ -35,44 +25,33 @@ def kind(instruction):
     return "other"
 
 
+def branch_target(instruction):
+    branch = re.match(r"j(?!mp)\w+\s+([0-9a-f]+)\b", instruction)
+    return int(branch.group(1), 16) if branch else None
+
+
 def inner_loop(body):
-    """The shortest loop (a backward conditional branch) that holds multiply-adds and broadcasts of B (the end
-    step's loops hold multiply-adds only): (multiply-adds, instructions)."""
+    """The shortest loop that holds multiply-adds and broadcasts of B (the end step's loops hold multiply-adds
+    only): (multiply-adds, [(address, instruction)])."""
     best = (0, [])
-    for address, instruction in body:
-        branch = re.match(r"j(?!mp)\w+\s+([0-9a-f]+) <", instruction)
-        if not branch or int(branch.group(1), 16) >= address:
-            continue
-        loop = [i for a, i in body if int(branch.group(1), 16) <= a <= address]
-        fmas = sum(kind(i) in ("fma", "broadcast+fma") for i in loop)
-        if not any(kind(i) in ("broadcast", "broadcast+fma") for i in loop):
+    for first, last in backward_loops(body, branch_target):
+        loop = body[first:last + 1]
+        fmas = sum(kind(i) in ("fma", "broadcast+fma") for _, i in loop)
+        if not any(kind(i) in ("broadcast", "broadcast+fma") for _, i in loop):
             continue
         if fmas and (not best[0] or len(loop) < len(best[1])):
             best = (fmas, loop)
     return best
 
 
-def mca_cycles(loop, isa):
-    """Cycles per iteration of the loop on the model of a processor of its set; None without llvm-mca."""
-    if shutil.which("llvm-mca") is None:
-        return None
-    body = [re.sub(r"\s+[0-9a-f]+ <.*>$", " .Lloop", i) if i is loop[-1] else i for i in loop]
-    text = ".Lloop:\n" + "\n".join(body) + "\n"
-    cpu = "skylake-avx512" if isa == "avx512" else "znver2"
-    out = subprocess.run(["llvm-mca", "-mtriple=x86_64", f"-mcpu={cpu}", "-iterations=200"], input=text,
-                         capture_output=True, text=True).stdout
-    total = re.search(r"Total Cycles:\s+(\d+)", out)
-    return int(total.group(1)) / 200 if total else None
-
-
 print(f"{'micro kernel':38} {'steps':>5} {'fma':>6} {'load':>6} {'bcast':>6} {'other':>6} {'cycles':>7} {'bound':>6}"
       "   per step of depth")
 for name, body in sorted(functions.items()):
-    kernel = re.match(r"kovra::kernels::x86_ops<(.+), kovra::kernels::(\w+)>::micro_kernel\(", name)
+    kernel = re.match(r"kovra::kernels::vector_ops<(.+), kovra::kernels::x86_tile<kovra::kernels::(\w+), (\w+)> >"
+                      r"::micro_kernel\(", name)
     if not kernel:
         continue
-    element, isa = kernel.groups()
-    real = re.sub(r"std::complex<(\w+)>", r"\1", element)
+    element, isa, real = kernel.groups()
     fmas, loop = inner_loop(body)
     if fmas == 0:  # the loop stayed in the tile's own function
         tile = f"kovra::kernels::x86_tile<kovra::kernels::{isa}, {real}>::x86_tile"
@@ -81,7 +60,7 @@ for name, body in sorted(functions.items()):
         print(f"{isa + ' ' + element:38} no loop found")
         continue
     counts = {"fma": 0, "load": 0, "broadcast": 0, "other": 0}
-    for instruction in loop:
+    for _, instruction in loop:
         k = kind(instruction)
         if k == "broadcast+fma":
             counts["fma"] += 1
@@ -91,7 +70,8 @@ for name, body in sorted(functions.items()):
     columns = 12 if isa == "avx512" else 6
     steps = fmas // (2 * columns)
     per = {k: v / steps for k, v in counts.items()}
-    cycles = mca_cycles(loop, isa)
+    cpu = "skylake-avx512" if isa == "avx512" else "znver2"
+    cycles = mca_cycles(as_loop_source(loop, branch_target), "x86_64", cpu)
     timing = f"{cycles / steps:>7.2f} {per['fma'] / 2:>6.2f}" if cycles else ""
     print(f"{isa + ' ' + element:38} {steps:>5} {per['fma']:>6.2f} {per['load']:>6.2f} "
           f"{per['broadcast']:>6.2f} {per['other']:>6.2f} {timing}")

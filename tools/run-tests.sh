@@ -7,9 +7,10 @@
 #   4. the fuzz build (clang, libFuzzer with ASan + UBSan): the target over every exported entry, for a fixed
 #      number of inputs from the committed corpus,
 #   5. the ARMv7 cross build under qemu-arm, once as a Cortex-A15 (NEON + VFPv4) and once as a
-#      Cortex-A9 (NEON without VFPv4).
+#      Cortex-A9 (NEON without VFPv4),
+#   6. the AArch64 cross build under qemu-aarch64, as a Cortex-A53.
 # Goes on after a failure, and ends with the line "N passed, N failed" summed over all CTest runs;
-# exits non-zero if anything failed. Build folders: build/release, build/asan, build/tsan, build/fuzz, build/armv7.
+# exits non-zero if anything failed. Build folders: build/release, build/asan, build/tsan, build/fuzz, build/armv7, build/aarch64.
 set -u -o pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
@@ -78,7 +79,8 @@ sanitizer_launcher() {
 # cpack's Debian package; clang-14 and libclang-rt-14-dev (libFuzzer) the fuzz build; gdb the stress tests'
 # watchdog, which prints every thread's stack when a test hangs.
 ensure_packages cmake ninja-build g++ gfortran googletest ccache libopenblas-dev \
-  g++-arm-linux-gnueabihf gfortran-arm-linux-gnueabihf qemu-user pkgconf dpkg-dev file \
+  g++-arm-linux-gnueabihf gfortran-arm-linux-gnueabihf g++-aarch64-linux-gnu gfortran-aarch64-linux-gnu \
+  qemu-user pkgconf dpkg-dev file \
   clang-14 libclang-rt-14-dev gdb || exit 1
 
 # 1. Host Release build.
@@ -151,6 +153,15 @@ if configure armv7 -DCMAKE_BUILD_TYPE=Release -DKOVRA_BUILD_BENCH=OFF \
   QEMU_CPU=cortex-a9 run_ctest armv7 "ARMv7 Cortex-A9 (qemu)" 1200
 else
   fail "ARMv7 cross build"
+fi
+
+# 6. AArch64 cross build, tested under qemu-aarch64 as the in-order core most 64-bit phones have.
+if configure aarch64 -DCMAKE_BUILD_TYPE=Release -DKOVRA_BUILD_BENCH=OFF \
+  -DCMAKE_TOOLCHAIN_FILE="$KOVRA_ROOT/cmake/toolchains/aarch64-linux-gnu.cmake" &&
+  build aarch64; then
+  QEMU_CPU=cortex-a53 run_ctest aarch64 "AArch64 Cortex-A53 (qemu)" 1200
+else
+  fail "AArch64 cross build"
 fi
 
 echo

@@ -12,6 +12,9 @@
 #include "kernels/neon/kernel_neon_fma_scalar_complex.h"
 #include "kernels/neon/kernel_neon_mla_complex.h"
 #endif
+#if KOVRA_AARCH64
+#include "kernels/aarch64/kernel_aarch64.h"
+#endif
 #if KOVRA_X86_64
 #include "kernels/x86/kernel_x86.h"
 #endif
@@ -31,6 +34,7 @@ template <typename T> struct kernel_choice {
 // Each test reads the feature word afresh; the probe behind it runs once per process.
 [[maybe_unused]] bool has_neon_fma() { return (android_getCpuFeatures() & ARM_FEATURE_NEON_FMA) != 0; }
 [[maybe_unused]] bool has_neon() { return (android_getCpuFeatures() & ARM_FEATURE_NEON) != 0; }
+[[maybe_unused]] bool has_asimd() { return (android_getCpuFeatures() & ARM64_FEATURE_ASIMD) != 0; }
 // The x86 kernels need the instruction sets and the operating system's saving of their registers, which
 // the probe reports as bits of their own.
 [[maybe_unused]] bool has_all(std::uint64_t bits) { return (android_getCpuFeatures() & bits) == bits; }
@@ -46,13 +50,18 @@ template <typename T> std::shared_ptr<kernel_object<T>> make_plain_kernel() {
 
 // Every type chooses by the same tests, so kernel_name reads the same whichever type chose last. The
 // fused kernels are built for VFPv4 and must never be made on a core without it: NEON_FMA is the only
-// feature bit that promises both. Likewise the x86 kernels are built for their instruction sets alone.
+// feature bit that promises both. Likewise the x86 kernels are built for their instruction sets alone. The
+// AArch64 kernel needs only Advanced SIMD, which every such processor has; the test still reads the probe, so
+// that android_setCpu(n, 0) gives the portable kernel there too.
 template <typename T>
 constexpr kernel_choice<T> kernel_choices[] = {
     // processor test   factory                           kernel_name
 #if KOVRA_ARM32
     {has_neon_fma,      make_kernel_neon_fma_scalar<T>,   "NEON FMA"},
     {has_neon,          make_kernel_neon_mla<T>,          "NEON"},
+#endif
+#if KOVRA_AARCH64
+    {has_asimd,         make_aarch64_kernel<T>,           "AARCH64 A57"},
 #endif
 #if KOVRA_X86_64
     {has_avx512,        make_x86_kernel<T, avx512>,       "AVX-512"},

@@ -18,8 +18,13 @@
 #include "platform.h"
 #include "support/values.h"
 
-#if KOVRA_ARM32
+#if KOVRA_ARM32 || KOVRA_AARCH64
 #include <sys/auxv.h>
+#endif
+#if KOVRA_AARCH64
+#include "kernels/aarch64/kernel_aarch64.h"
+#endif
+#if KOVRA_ARM32
 
 #include "kernels/neon/kernel_neon_fma.h"
 #include "kernels/neon/kernel_neon_fma_scalar_complex.h"
@@ -48,6 +53,9 @@ bool is_kernel_called(const kernel_object<T>& kernel, const std::string& name) {
 #if KOVRA_ARM32
   if (name == "NEON FMA") return typeid(kernel) == typeid(kernels::kernel_neon_fma_scalar<T>);
   if (name == "NEON") return typeid(kernel) == typeid(kernels::kernel_neon_mla<T>);
+#endif
+#if KOVRA_AARCH64
+  if (name == "AARCH64 A57") return typeid(kernel) == typeid(kernels::aarch64_kernel<T>);
 #endif
 #if KOVRA_X86_64
   if (name == "AVX-512") return typeid(kernel) == typeid(kernels::kernel_avx512<T>);
@@ -89,6 +97,10 @@ TEST(Selection, EachFeatureWordGetsItsKernel) {
   for (const auto& [features, expected] : words)
     EXPECT_EXIT(choose_with_features(features, expected), testing::ExitedWithCode(0), "")
         << "word 0x" << std::hex << features;
+#elif KOVRA_AARCH64
+  EXPECT_EXIT(choose_with_features(ARM64_FEATURE_FP | ARM64_FEATURE_ASIMD, "AARCH64 A57"), testing::ExitedWithCode(0),
+              "");
+  EXPECT_EXIT(choose_with_features(ARM64_FEATURE_FP | ARM_FEATURE_NEON, "none"), testing::ExitedWithCode(0), "");
 #else
   EXPECT_EXIT(choose_with_features(ARM_FEATURE_NEON, on_this_build("NEON")), testing::ExitedWithCode(0), "");
   if (KOVRA_ARM32 && !core_has_vfpv4()) return;
@@ -103,6 +115,8 @@ TEST(Selection, ThisMachineGetsItsKernelAndTheReportSaysSo) {
 #if KOVRA_ARM32
   const unsigned long hwcap = getauxval(AT_HWCAP);
   const std::string expected = !(hwcap & HWCAP_ARM_NEON) ? "none" : (hwcap & HWCAP_ARM_VFPv4) ? "NEON FMA" : "NEON";
+#elif KOVRA_AARCH64
+  const std::string expected = (getauxval(AT_HWCAP) & HWCAP_ASIMD) ? "AARCH64 A57" : "none";
 #elif KOVRA_X86_64
   const bool avx2_fma = __builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma");
   const std::string expected = __builtin_cpu_supports("avx512f") ? "AVX-512" : avx2_fma ? "AVX2 FMA" : "none";
@@ -127,6 +141,8 @@ class EveryKernelAgainstPortable : public testing::Test {
     if (core_has_vfpv4()) kernels.push_back(kovra::kernels::make_kernel_neon_fma_scalar<T>());
     if constexpr (!is_complex_v<T>)
       if (core_has_vfpv4()) kernels.push_back(kovra::kernels::make_kernel_neon_fma<T>());
+#elif KOVRA_AARCH64
+    kernels.push_back(kovra::kernels::make_aarch64_kernel<T>());
 #elif KOVRA_X86_64
     using kovra::kernels::make_x86_kernel;
     if (__builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma"))

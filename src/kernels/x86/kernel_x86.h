@@ -1,11 +1,12 @@
 // x86_kernel<T, Isa>: the kernels of x86-64 processors with AVX2 and FMA (Isa = avx2_fma) or AVX-512
 // (Isa = avx512), for the four element types. kernel_avx2_fma<T> and kernel_avx512<T> name them.
 //
-// The arithmetic bodies live in x86_ops<T, Isa>, which only the file of each instruction set defines
-// (kernel_x86_avx2.cpp, kernel_x86_avx512.cpp, built for that set while the rest of the library is not):
-// the classes here only forward to them, so constructing one, its virtual table and its destructor are
-// ordinary code, and nothing of the wider instruction set runs before the selection has made such a kernel
-// on a processor that reports it.
+// They are vector_kernels (kernels/vector_kernel.h) over x86_tile<Isa, real_t<T>> with the blocking below. The
+// bodies over the registers live in vector_ops<T, x86_tile<Isa, R>>, which only the file of each instruction set
+// instantiates (kernel_x86_avx2.cpp, kernel_x86_avx512.cpp, built for that set while the rest of the library is
+// not): the classes only forward to them, so constructing one, its virtual table and its destructor are ordinary
+// code, and nothing of the wider instruction set runs before the selection has made such a kernel on a processor
+// that reports it.
 //
 // Tiles, in elements of T (MR = tile_m rows, two vector registers of A per step; NR = tile_n columns of
 // broadcast B elements; a complex type runs the loop of its real type over the interleaved parts, so each
@@ -15,15 +16,10 @@
 //   avx2_fma      16 x 6    8 x 6     8 x 3            4 x 3             12 accumulators of 16
 //   avx512        32 x 12   16 x 12   16 x 6           8 x 6             24 accumulators of 32
 //
-// Arithmetic, which the tests reproduce bit for bit: each element of the product sums from +0 with one
-// fused multiply-add per step of depth, in order of depth. A real tile then ends in C = fma(sum, alpha, C),
-// or sum * alpha with no read of C when clear is set. A complex element is formed from its four real sums as
-// (rr - ii, ir + ri), multiplied by the full complex alpha (each of the four products rounded, then one
-// subtraction and one addition), and added to C with a separate addition per part (or stored when clear).
-// micro_kernel_t is micro_kernel with alpha 1, so both give the same bits for the same panels. The real
-// vector kernels round exactly as the portable ones; the complex types keep the portable vector kernels.
-// The tile packers copy as the portable ones do, but with the tile's shape known at compile time, which
-// halves their cost in calls of 9 to 32; the conjugating ones stay portable.
+// Arithmetic, which the tests reproduce bit for bit, as kernels/vector_kernel_bodies.h states it: each element of
+// the product sums from +0 with one fused multiply-add per step of depth, in order of depth, then meets alpha and
+// C. The complex vector kernels stop short of a register whose product has a NaN and leave it to the portable body.
+// The conjugating tile packers stay portable.
 #pragma once
 
 #include <complex>
@@ -32,6 +28,7 @@
 #include "helper/helper.h"
 #include "kernels/blocking.h"
 #include "kernels/kernel_object.h"
+#include "kernels/vector_kernel.h"
 #include "platform.h"
 
 #if KOVRA_X86_64
@@ -71,64 +68,13 @@ static_assert(sound_blocking<double>(x86_blocking<double, avx512>()));
 static_assert(sound_blocking<std::complex<float>>(x86_blocking<std::complex<float>, avx512>()));
 static_assert(sound_blocking<std::complex<double>>(x86_blocking<std::complex<double>, avx512>()));
 
-// The bodies, defined in the file of each instruction set. Tile shapes are those of x86_blocking.
-template <typename T, typename Isa> struct x86_ops {
-  static void micro_kernel(T alpha, int k, const T* a, const T* b, T* c, int ldc, bool clear);
-  static void micro_kernel_t(int k, const T* a, const T* b, T* c, int ldc, bool clear);
-  static void axpy(int n, T alpha, const T* x, T* y);
-  static void scal(int n, T alpha, T* x);
-  // The complex vector kernels run whole registers from the start and return how many elements they did: they
-  // stop short of a register whose product has a NaN, which the portable body must recompute.
-  static int complex_axpy(int n, T alpha, const T* x, T* y);
-  static int complex_scal(int n, T alpha, T* x);
-  static void pack_a(const T* src, int ld, T* dst);
-  static void pack_a_trans(const T* src, int ld, T* dst);
-  static void pack_b(const T* src, int ld, T* dst);
-  static void pack_b_trans(const T* src, int ld, T* dst);
-};
+// The tile product of a set over real panels, defined (with the set's registers) in x86_kernel_bodies.h.
+template <typename Isa, typename R> struct x86_tile;
 
-template <typename T, typename Isa> class x86_kernel final : public kernel_object<T> {
+template <typename T, typename Isa>
+class x86_kernel final : public vector_kernel<T, x86_tile<Isa, real_t<T>>, Isa::register_bytes> {
  public:
-  x86_kernel() : kernel_object<T>(x86_blocking<T, Isa>()) {}
-
-  void pack_a(const T* src, int ld, T* dst) const override { x86_ops<T, Isa>::pack_a(src, ld, dst); }
-  void pack_a_trans(const T* src, int ld, T* dst) const override { x86_ops<T, Isa>::pack_a_trans(src, ld, dst); }
-  void pack_b(const T* src, int ld, T* dst) const override { x86_ops<T, Isa>::pack_b(src, ld, dst); }
-  void pack_b_trans(const T* src, int ld, T* dst) const override { x86_ops<T, Isa>::pack_b_trans(src, ld, dst); }
-  void micro_kernel(const T* alpha, int k, const T* a, const T* b, T* c, int ldc, bool clear) const override {
-    x86_ops<T, Isa>::micro_kernel(*alpha, k, a, b, c, ldc, clear);
-  }
-  void micro_kernel_t(int k, const T* a, const T* b, T* c, int ldc, bool clear) const override {
-    x86_ops<T, Isa>::micro_kernel_t(k, a, b, c, ldc, clear);
-  }
-  void axpy_kernel(int n, const T* alpha, const T* x, T* y) const override {
-    if constexpr (is_complex_v<T>) {
-      for (int i = 0; i < n;) {  // the vector body, then the portable one for one register or the tail
-        i += x86_ops<T, Isa>::complex_axpy(n - i, *alpha, x + i, y + i);
-        const int rest = helper::MIN(n - i, complex_lanes);
-        kernel_object<T>::axpy_kernel(rest, alpha, x + i, y + i);
-        i += rest;
-      }
-    } else {
-      x86_ops<T, Isa>::axpy(n, *alpha, x, y);
-    }
-  }
-  void scal_kernel(int n, const T* alpha, T* x) const override {
-    if constexpr (is_complex_v<T>) {
-      if (helper::is_zero(*alpha)) return kernel_object<T>::scal_kernel(n, alpha, x);  // clears, x unread
-      for (int i = 0; i < n;) {
-        i += x86_ops<T, Isa>::complex_scal(n - i, *alpha, x + i);
-        const int rest = helper::MIN(n - i, complex_lanes);
-        kernel_object<T>::scal_kernel(rest, alpha, x + i);
-        i += rest;
-      }
-    } else {
-      x86_ops<T, Isa>::scal(n, *alpha, x);
-    }
-  }
-
- private:
-  static constexpr int complex_lanes = Isa::register_bytes / int(sizeof(T));
+  x86_kernel() : vector_kernel<T, x86_tile<Isa, real_t<T>>, Isa::register_bytes>(x86_blocking<T, Isa>()) {}
 };
 
 template <typename T> using kernel_avx2_fma = x86_kernel<T, avx2_fma>;
@@ -139,14 +85,14 @@ template <typename T, typename Isa> std::shared_ptr<kernel_object<T>> make_x86_k
   return std::make_shared<x86_kernel<T, Isa>>();
 }
 
-extern template struct x86_ops<float, avx2_fma>;
-extern template struct x86_ops<double, avx2_fma>;
-extern template struct x86_ops<std::complex<float>, avx2_fma>;
-extern template struct x86_ops<std::complex<double>, avx2_fma>;
-extern template struct x86_ops<float, avx512>;
-extern template struct x86_ops<double, avx512>;
-extern template struct x86_ops<std::complex<float>, avx512>;
-extern template struct x86_ops<std::complex<double>, avx512>;
+extern template struct vector_ops<float, x86_tile<avx2_fma, float>>;
+extern template struct vector_ops<double, x86_tile<avx2_fma, double>>;
+extern template struct vector_ops<std::complex<float>, x86_tile<avx2_fma, float>>;
+extern template struct vector_ops<std::complex<double>, x86_tile<avx2_fma, double>>;
+extern template struct vector_ops<float, x86_tile<avx512, float>>;
+extern template struct vector_ops<double, x86_tile<avx512, double>>;
+extern template struct vector_ops<std::complex<float>, x86_tile<avx512, float>>;
+extern template struct vector_ops<std::complex<double>, x86_tile<avx512, double>>;
 
 }  // namespace kovra::kernels
 

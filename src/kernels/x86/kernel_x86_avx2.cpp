@@ -9,9 +9,9 @@
 
 namespace kovra::kernels {
 
-template struct x86_ops<float, avx2_fma>;
-template struct x86_ops<double, avx2_fma>;
-template struct x86_ops<std::complex<float>, avx2_fma>;
-template struct x86_ops<std::complex<double>, avx2_fma>;
+template struct vector_ops<float, x86_tile<avx2_fma, float>>;
+template struct vector_ops<double, x86_tile<avx2_fma, double>>;
+template struct vector_ops<std::complex<float>, x86_tile<avx2_fma, float>>;
+template struct vector_ops<std::complex<double>, x86_tile<avx2_fma, double>>;
 
 }  // namespace kovra::kernels

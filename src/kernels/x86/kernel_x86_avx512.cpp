@@ -9,9 +9,9 @@
 
 namespace kovra::kernels {
 
-template struct x86_ops<float, avx512>;
-template struct x86_ops<double, avx512>;
-template struct x86_ops<std::complex<float>, avx512>;
-template struct x86_ops<std::complex<double>, avx512>;
+template struct vector_ops<float, x86_tile<avx512, float>>;
+template struct vector_ops<double, x86_tile<avx512, double>>;
+template struct vector_ops<std::complex<float>, x86_tile<avx512, float>>;
+template struct vector_ops<std::complex<double>, x86_tile<avx512, double>>;
 
 }  // namespace kovra::kernels
