@@ -161,22 +161,23 @@ void transpose_8x8(const float* const* pixel, int window, int first, int kept, f
   for (int u = 0; u < kept; ++u) std::memcpy(dst + std::ptrdiff_t{tm} * u, &out[first + u], sizeof out[0]);
 }
 
-// Channels [c_begin, c_begin + count), all below `channels`, of an interleaved float image for panels of 8, 16, ...
-// rows, in runs of 8 channels whatever tile_n is. A run's last window ends at the pixel's last channel, so that it
-// reads nothing past the pixel; a pixel of fewer than 8 channels goes one value at a time.
+// Channels [c_begin, c_begin + count), all below `channels`, of an interleaved float image for panels of 8 rows or
+// more, in runs of 8 channels whatever tile_n is. A run's last window ends at the pixel's last channel, so that it
+// reads nothing past the pixel; a pixel of fewer than 8 channels, and the rows past the last whole 8 of a panel
+// (the last 4 of the AArch64 tile's 12), go one value at a time.
 void pack_float_channels(const image_kernel_object<float>& k, int c_begin, int count, float* dst,
                          const float* const* pixel) {
   const int tm = k.tile_m;
   for (int t = 0; t < count; t += 8) {
     const int c = c_begin + t, kept = helper::MIN(8, count - t);
     float* const out = dst + std::ptrdiff_t{tm} * t;
+    int i = 0;
     if (k.channels >= 8) {
       const int window = helper::MIN(c, k.channels - 8);
-      for (int i = 0; i < tm; i += 8) transpose_8x8(pixel + i, window, c - window, kept, out + i, tm);
-      continue;
+      for (; i + 8 <= tm; i += 8) transpose_8x8(pixel + i, window, c - window, kept, out + i, tm);
     }
     for (int u = 0; u < kept; ++u)
-      for (int i = 0; i < tm; ++i) out[u * tm + i] = pixel[i] == nullptr ? 0.0f : pixel[i][c + u];
+      for (int r = i; r < tm; ++r) out[u * tm + r] = pixel[r] == nullptr ? 0.0f : pixel[r][c + u];
   }
 }
 
@@ -192,7 +193,7 @@ template <typename T>
 void pack_groups(const image_kernel_object<T>& k, int c_begin, int c_end, int p, int p_end, T* dst,
                  const T* const* pixel, std::ptrdiff_t step) {
   if constexpr (std::is_same_v<T, float>) {
-    if (step == 1 && k.tile_m % 8 == 0) {
+    if (step == 1 && k.tile_m >= 8) {
       pack_float_groups(k, c_begin, group_channels(k.tile_n, c_begin, c_end, p, p_end), dst, pixel);
       return;
     }

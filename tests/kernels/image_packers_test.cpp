@@ -32,6 +32,7 @@ TEST(ImagePackers, BlocksHoldThePatchMatrixInPanels) {
       {8, 4, 6, 6, 4, 4, 2, 2, 9, 3},       // stride 2 over a wide border
       {4, 2, 6, 5, 6, 5, 1, 1, 11, 3},      // panels of 4 rows go the general way
       {32, 12, 9, 9, 9, 9, 1, 1, 40, 3},    // the AVX-512 tile, the tallest
+      {12, 8, 9, 7, 9, 7, 1, 1, 19, 3},     // the AArch64 tile: 8 rows transposed, 4 one value at a time
   };
   for (const packing_case& s : cases) {
     const int rows = s.output_width * s.output_height, depth = s.filter * s.filter * s.channels;
