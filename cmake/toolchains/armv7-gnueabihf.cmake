@@ -9,33 +9,8 @@
 # from the QEMU_CPU environment variable, so the same build is tested as several processors:
 #   QEMU_CPU=cortex-a15 ctest --test-dir build/armv7     (NEON + VFPv4)
 #   QEMU_CPU=cortex-a9  ctest --test-dir build/armv7     (NEON without VFPv4)
-set(CMAKE_SYSTEM_NAME Linux)
 set(CMAKE_SYSTEM_PROCESSOR armv7-a)
-
-set(KOVRA_ARM_TRIPLE arm-linux-gnueabihf)
-set(KOVRA_ARM_SYSROOT /usr/${KOVRA_ARM_TRIPLE})
-
-set(CMAKE_C_COMPILER ${KOVRA_ARM_TRIPLE}-gcc)
-set(CMAKE_CXX_COMPILER ${KOVRA_ARM_TRIPLE}-g++)
-find_program(KOVRA_ARM_GFORTRAN ${KOVRA_ARM_TRIPLE}-gfortran)
-if(KOVRA_ARM_GFORTRAN)
-  set(CMAKE_Fortran_COMPILER ${KOVRA_ARM_GFORTRAN})
-endif()
-
-set(KOVRA_ARM_BASELINE "-march=armv7-a -mfpu=neon -mfloat-abi=hard")
-set(CMAKE_C_FLAGS_INIT "${KOVRA_ARM_BASELINE}")
-set(CMAKE_CXX_FLAGS_INIT "${KOVRA_ARM_BASELINE}")
-set(CMAKE_Fortran_FLAGS_INIT "${KOVRA_ARM_BASELINE}")
-
-# Debian's cross compilers know their own include and library paths; CMake's own searches go to the
-# cross sysroot for libraries and headers and to the host for programs.
-set(CMAKE_FIND_ROOT_PATH ${KOVRA_ARM_SYSROOT})
-set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
-set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
-set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
-set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
-
-find_program(KOVRA_QEMU_ARM qemu-arm)
-if(KOVRA_QEMU_ARM)
-  set(CMAKE_CROSSCOMPILING_EMULATOR ${KOVRA_QEMU_ARM} -L ${KOVRA_ARM_SYSROOT})
-endif()
+set(KOVRA_CROSS_TRIPLE arm-linux-gnueabihf)
+set(KOVRA_CROSS_BASELINE "-march=armv7-a -mfpu=neon -mfloat-abi=hard")
+set(KOVRA_CROSS_QEMU qemu-arm)
+include(${CMAKE_CURRENT_LIST_DIR}/debian-cross.cmake)
